@@ -1,0 +1,41 @@
+# make demo   installs what is missing, builds, renders the show picture, says where it is
+# make test   installs what is missing, builds, runs all tests
+# make format brings all sources into the house's format
+
+BUILD := build/release
+SUDO := $(shell [ "$$(id -u)" = 0 ] || echo sudo)
+LAUNCHER := $(if $(shell command -v ccache),-DCMAKE_CXX_COMPILER_LAUNCHER=ccache)
+SOURCES = $(shell git ls-files '*.cpp' '*.h')
+
+.PHONY: demo test build packages format check-format clean
+
+demo: build
+	@mkdir -p out
+	$(BUILD)/orvane render scenes/slide.mi
+	@echo "The picture is $(CURDIR)/out/slide.png (and slide.exr beside it)."
+
+test: build
+	ctest --test-dir $(BUILD) --output-on-failure --parallel 2
+
+build: packages
+	cmake --preset release $(LAUNCHER)
+	cmake --build $(BUILD)
+
+# Packages of Debian 12; nothing is asked of the system when all are there.
+packages:
+	@missing=$$(for p in $$(cat packages.txt); do \
+	  dpkg-query -W -f '$${Status}' $$p 2>/dev/null | grep -q 'ok installed' || echo $$p; done); \
+	if [ -n "$$missing" ]; then \
+	  echo "installing" $$missing; \
+	  $(SUDO) apt-get update -q && \
+	  $(SUDO) env DEBIAN_FRONTEND=noninteractive apt-get install -y -q --no-install-recommends $$missing; \
+	fi
+
+format:
+	clang-format -i $(SOURCES)
+
+check-format:
+	clang-format --dry-run -Werror $(SOURCES)
+
+clean:
+	rm -rf build out
