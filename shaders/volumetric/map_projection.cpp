@@ -1,0 +1,92 @@
+// How directions from a light become coordinates on its slide.
+
+#include "volumetric/map_projection.h"
+
+extern "C" {
+
+// Whether the product of a unit vector with the direction of an offset from origin is mere
+// rounding. That of the offset grows with the coordinates it is the difference of.
+static bool is_rounding(miVector product, miVector offset, miVector origin) {
+    const miScalar reach = length(offset);
+    return !(length(product) * reach > 1e-6f * (reach + length(origin)));
+}
+
+// The level axis that points to the right as seen along -y, y being a unit vector.
+static miVector upright_axis(miVector y) {
+    const miVector level = cross({0, 1, 0}, y);
+    return normalized(length(level) > 1e-6f ? level : cross(y, {0, 0, y.y}));
+}
+
+void qv_SetupMapFrame(miState* state, MapFrame* frame, miVector* origin, miVector* direction,
+                      double distance) {
+    miVector dir, org;
+    mi_vector_to_world(state, &dir, direction);
+    mi_point_to_world(state, &org, origin);
+    const miVector y = normalized(-dir);
+    miVector centre = org + dir * static_cast<miScalar>(distance);
+
+    // Turn the axes by the light's foot, the point at height 0 below or above it.
+    const miVector to_foot = {org.x - centre.x, 0 - centre.y, org.z - centre.z};
+    const miVector level = cross(y, normalized(to_foot));
+    miVector x, z;
+    if (is_rounding(level, to_foot, org)) {
+        x = upright_axis(y);
+        z = normalized(cross(y, x));
+    } else {
+        x = normalized(level);
+        z = normalized(cross(x, y));
+        miVector& reversed = y.y <= 0 ? x : z;
+        reversed = -reversed;
+    }
+
+    mi_vector_from_world(state, &frame->x, &x);
+    miVector normal = y;
+    mi_vector_from_world(state, &frame->y, &normal);
+    mi_vector_from_world(state, &frame->z, &z);
+    mi_point_from_world(state, &frame->centre, &centre);
+}
+
+void qv_SetupMapProj(miState* state, miMatrix matrix, miVector* origin, miVector* direction,
+                     double distance) {
+    MapFrame frame;
+    qv_SetupMapFrame(state, &frame, origin, direction, distance);
+
+    // Put each axis into a column: a point's products with the axes are its coordinates.
+    mi_matrix_ident(matrix);
+    const miVector axes[3] = {frame.x, frame.y, frame.z};
+    for (int column = 0; column < 3; ++column) {
+        matrix[column] = axes[column].x;
+        matrix[4 + column] = axes[column].y;
+        matrix[8 + column] = axes[column].z;
+    }
+
+    // Measure from the centre.
+    miMatrix translation;
+    mi_matrix_ident(translation);
+    translation[12] = -frame.centre.x;
+    translation[13] = -frame.centre.y;
+    translation[14] = -frame.centre.z;
+    mi_matrix_prod(matrix, translation, matrix);
+}
+
+void qv_SlideConvertToMapProj(miMatrix matrix, miVector* origin, miVector* point, miVector* uv) {
+    miVector a, b;
+    mi_point_transform(&a, origin, matrix);
+    mi_point_transform(&b, point, matrix);
+    const miVector d = b - a;
+    if (d.y < 0) {
+        const miScalar t = -b.y / d.y;
+        *uv = {b.x + t * d.x, b.z + t * d.z, 0};
+    } else {
+        *uv = {-1, -1, -1};
+    }
+}
+
+void qv_ConvertToSphericMapProj(miVector* dir, miScalar* u, miScalar* v) {
+    const double x = dir->x, z = dir->z;
+    // Longitudes from -pi to pi give 1.5 to 0.5.
+    *u = static_cast<miScalar>(1 - std::atan2(x, z) / 6.283185307179586);
+    if (*u > 1) *u -= 1;
+    *v = static_cast<miScalar>(1 - arc_cosine(dir->y) / 3.141592653589793);
+}
+}
