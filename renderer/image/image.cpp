@@ -1,0 +1,50 @@
+// Pictures in memory and their bilinear look-up.
+
+#include "image/image.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace orvane::image {
+namespace {
+
+// A finite coordinate's place in the repeating image: from -1/2, in pixels from the centre of the
+// first. Floats from 2^23 on are whole numbers, which lie on the image's edge.
+float place(float u, int size) {
+    float inside = 0;
+    if (std::abs(u) < 0x1p23f) {
+        inside = u - static_cast<float>(static_cast<int>(u));
+        if (inside < 0) inside += 1;
+    }
+    return inside * static_cast<float>(size) - 0.5f;
+}
+
+// The pixel at or before a place, the weight of the pixel behind it, and that pixel.
+int pixel_before(float x, int size) {
+    return x < 0 ? size - 1 : std::min(static_cast<int>(x), size - 1);
+}
+float weight_behind(float x) { return x < 0 ? x + 1 : x - static_cast<float>(static_cast<int>(x)); }
+int pixel_behind(int pixel, int size) { return pixel + 1 < size ? pixel + 1 : 0; }
+
+}  // namespace
+
+Image::Image(int width, int height)
+    : width_(width),
+      height_(height),
+      pixels_(static_cast<std::size_t>(width) * static_cast<std::size_t>(height)) {}
+
+miColor Image::lookup(float u, float v) const {
+    if (pixels_.empty() || !std::isfinite(u) || !std::isfinite(v)) return {0, 0, 0, 0};
+    const float x = place(u, width_), y = place(v, height_);
+    const int x0 = pixel_before(x, width_), x1 = pixel_behind(x0, width_);
+    const int y0 = pixel_before(y, height_), y1 = pixel_behind(y0, height_);
+    const miColor &a = at(x0, y0), &b = at(x1, y0), &c = at(x0, y1), &d = at(x1, y1);
+
+    const float right = weight_behind(x), left = 1 - right;
+    const float upper = weight_behind(y), lower = 1 - upper;
+    const float wa = left * lower, wb = right * lower, wc = left * upper, wd = right * upper;
+    return {a.r * wa + b.r * wb + c.r * wc + d.r * wd, a.g * wa + b.g * wb + c.g * wc + d.g * wd,
+            a.b * wa + b.b * wb + c.b * wc + d.b * wd, a.a * wa + b.a * wb + c.a * wc + d.a * wd};
+}
+
+}  // namespace orvane::image

@@ -1,0 +1,52 @@
+// Pictures in memory: textures and frame buffers.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <filesystem>
+#include <vector>
+
+#include "frame/types.h"
+
+namespace orvane::image {
+
+// Pixels of r, g, b, a as 32-bit floats, row 0 at the bottom, values as read or as rendered
+// (alpha is not multiplied into what was read; frame buffers are premultiplied).
+class Image {
+  public:
+    Image() = default;
+    Image(int width, int height);  // all 0
+
+    int width() const { return width_; }
+    int height() const { return height_; }
+    miColor& at(int x, int y) { return pixels_[index(x, y)]; }
+    const miColor& at(int x, int y) const { return pixels_[index(x, y)]; }
+    const std::vector<miColor>& pixels() const { return pixels_; }
+
+    // Colour at (u, v), bilinear between pixel centres (which lie at (x + 0.5) / width), the
+    // image repeated in both directions. Black for an empty image or a coordinate that is not
+    // finite.
+    miColor lookup(float u, float v) const;
+
+  private:
+    std::size_t index(int x, int y) const {
+        return static_cast<std::size_t>(y) * static_cast<std::size_t>(width_) +
+               static_cast<std::size_t>(x);
+    }
+
+    int width_ = 0, height_ = 0;
+    std::vector<miColor> pixels_;
+};
+
+// Reads a picture of any format that the image library knows; grey is spread to r, g, b and a
+// missing alpha is 1. Values of integer formats are raised to 1 / gamma; those of float formats
+// stay. Throws Error (Exit::Input) with a line that names the file.
+Image read_image(const std::filesystem::path& file, float gamma);
+
+// An image from bytes of a scene text: rows bottom first, 3 or 4 components of depth 1, 2 or 4
+// bytes (4: float, big-endian), whichever number of components fits. Throws
+// std::invalid_argument when none fits.
+Image image_from_bytes(int width, int height, int depth, const std::vector<std::uint8_t>& bytes,
+                       float gamma);
+
+}  // namespace orvane::image

@@ -1,0 +1,139 @@
+// Images from picture files, over OpenImageIO, and from the bytes of a scene text.
+
+#include <OpenImageIO/imageio.h>
+
+#include <algorithm>
+#include <bit>
+#include <cerrno>
+#include <cmath>
+#include <cstring>
+#include <fstream>
+#include <span>
+#include <stdexcept>
+#include <system_error>
+
+#include "image/image.h"
+#include "scene/errors.h"
+
+namespace orvane::image {
+namespace {
+
+// Keeps a broken header from taking all memory: 4 GB are room for 16384 x 16384 pixels.
+bool is_sound_size(int width, int height) {
+    constexpr std::int64_t kMostPixels = std::int64_t{1} << 28;
+    return width > 0 && height > 0 && std::int64_t{width} * height <= kMostPixels;
+}
+
+// Beyond these values a blend of pixels might not be finite.
+constexpr float kLargest = 1e38f;
+
+float finite(float x) { return std::isnan(x) ? 0 : std::clamp(x, -kLargest, kLargest); }
+
+void make_finite(miColor& c) { c = {finite(c.r), finite(c.g), finite(c.b), finite(c.a)}; }
+
+void raise(miColor& c, float exponent) {
+    c.r = std::pow(c.r, exponent);
+    c.g = std::pow(c.g, exponent);
+    c.b = std::pow(c.b, exponent);
+}
+
+Error cannot_read(const std::filesystem::path& file, const std::string& reason) {
+    // The library's messages may go over several lines: the first one says what is wrong.
+    const std::string line = reason.substr(0, reason.find_first_of("\r\n"));
+    return Error(Exit::Input, "error: cannot read picture \"" + file.string() +
+                                  "\": " + (line.empty() ? "unknown error" : line));
+}
+
+// Refuses with the system's own words what is not a file that can be opened.
+void check_file(const std::filesystem::path& file) {
+    if (std::error_code none; std::filesystem::is_directory(file, none)) {
+        throw cannot_read(file, std::strerror(EISDIR));
+    }
+    if (!std::ifstream(file, std::ios::binary)) throw cannot_read(file, std::strerror(errno));
+}
+
+// Turns the channels that a file of 1, 2 or 3 channels has filled into r, g, b, a.
+void complete(std::span<miColor> pixels, int channels) {
+    if (channels > 3) return;
+    for (miColor& c : pixels) {
+        const float alpha = channels == 2 ? c.g : 1;
+        c = channels == 3 ? miColor{c.r, c.g, c.b, 1} : miColor{c.r, c.r, c.r, alpha};
+    }
+}
+
+// A big-endian number of the given bytes; 4 bytes are a float, fewer a fraction of 0..1.
+float component(const std::uint8_t* bytes, int depth) {
+    std::uint32_t value = 0;
+    for (int i = 0; i < depth; ++i) value = value << 8 | bytes[i];
+    if (depth == 4) return std::bit_cast<float>(value);
+    return static_cast<float>(value) / (depth == 1 ? 255.0f : 65535.0f);
+}
+
+}  // namespace
+
+Image read_image(const std::filesystem::path& file, float gamma) {
+    check_file(file);
+
+    // Open the file; what stands in it is taken as it is, not multiplied by alpha.
+    OIIO::ImageSpec config;
+    config.attribute("oiio:UnassociatedAlpha", 1);
+    const auto input = OIIO::ImageInput::open(file.string(), &config);
+    if (!input) throw cannot_read(file, OIIO::geterror());
+    const OIIO::ImageSpec& spec = input->spec();
+    if (spec.depth > 1 || spec.nchannels < 1 || spec.deep) {
+        throw cannot_read(file, "not a flat picture");
+    }
+    if (!is_sound_size(spec.width, spec.height)) throw cannot_read(file, "its size is not sound");
+
+    // Read up to four channels straight into the pixels, from the top row down.
+    Image image(spec.width, spec.height);
+    const int channels = std::min(spec.nchannels, 4);
+    constexpr auto kPixel = static_cast<OIIO::stride_t>(sizeof(miColor));
+    if (!input->read_image(0, 0, 0, channels, OIIO::TypeDesc::FLOAT,
+                           &image.at(0, image.height() - 1), kPixel, -kPixel * spec.width)) {
+        throw cannot_read(file, input->geterror());
+    }
+
+    const std::span<miColor> pixels(&image.at(0, 0), image.pixels().size());
+    complete(pixels, channels);
+    if (gamma != 1 && !spec.format.is_floating_point()) {
+        for (miColor& c : pixels) raise(c, 1 / gamma);
+    }
+    std::ranges::for_each(pixels, make_finite);
+    return image;
+}
+
+Image image_from_bytes(int width, int height, int depth, const std::vector<std::uint8_t>& bytes,
+                       float gamma) {
+    if (!is_sound_size(width, height)) throw std::invalid_argument("the size is not sound");
+    if (depth != 1 && depth != 2 && depth != 4) {
+        throw std::invalid_argument("components have 1, 2 or 4 bytes");
+    }
+
+    // Find whether the pixels have 3 or 4 components.
+    const std::size_t plane = static_cast<std::size_t>(width) * static_cast<std::size_t>(height) *
+                              static_cast<std::size_t>(depth);
+    if (bytes.size() != 3 * plane && bytes.size() != 4 * plane) {
+        throw std::invalid_argument("the bytes are neither 3 nor 4 components a pixel");
+    }
+    const bool has_alpha = bytes.size() == 4 * plane;
+
+    Image image(width, height);
+    const std::uint8_t* next = bytes.data();
+    const auto take = [&] {
+        const float value = component(next, depth);
+        next += depth;
+        return value;
+    };
+    for (miColor& c : std::span(&image.at(0, 0), image.pixels().size())) {
+        c.r = take();
+        c.g = take();
+        c.b = take();
+        c.a = has_alpha ? take() : 1;
+        if (gamma != 1 && depth != 4) raise(c, 1 / gamma);
+        make_finite(c);
+    }
+    return image;
+}
+
+}  // namespace orvane::image

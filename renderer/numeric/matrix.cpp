@@ -1,0 +1,67 @@
+// 4x4 matrices, over Imath, whose layout and convention are the same.
+
+#include "numeric/matrix.h"
+
+#include <ImathMatrix.h>
+
+#include <algorithm>
+#include <cmath>
+
+namespace orvane::numeric {
+namespace {
+
+Imath::M44f to_imath(const Matrix& m) {
+    Imath::M44f result;
+    std::ranges::copy(m, result.getValue());
+    return result;
+}
+
+Matrix from_imath(const Imath::M44f& m) {
+    Matrix result;
+    std::copy_n(m.getValue(), result.size(), result.begin());
+    return result;
+}
+
+// Product of the lengths of the rows: the determinant if they were orthogonal.
+double volume_of_box(const Imath::M44d& m) {
+    double product = 1;
+    for (const auto& row : m.x) {
+        product *= std::sqrt(row[0] * row[0] + row[1] * row[1] + row[2] * row[2] + row[3] * row[3]);
+    }
+    return product;
+}
+
+}  // namespace
+
+Matrix product(const Matrix& a, const Matrix& b) { return from_imath(to_imath(a) * to_imath(b)); }
+
+std::optional<Matrix> inverse(const Matrix& m) {
+    // A determinant that vanishes against the rows is the rounding error of 0.
+    const Imath::M44d wide(to_imath(m));
+    if (!(std::abs(wide.determinant()) > 1e-14 * volume_of_box(wide))) return std::nullopt;
+
+    const Matrix result = from_imath(Imath::M44f(wide.inverse()));
+    if (!std::ranges::all_of(result, [](float x) { return std::isfinite(x); })) return std::nullopt;
+    return result;
+}
+
+Matrix rotation(float x, float y, float z) {
+    Imath::M44d m;
+    m.setEulerAngles(Imath::V3d(x, y, z));
+    return from_imath(Imath::M44f(m));
+}
+
+miVector transform_point(miVector p, const miMatrix m) {
+    miVector moved = transform_vector(p, m);
+    moved = {moved.x + m[12], moved.y + m[13], moved.z + m[14]};
+    const float w = p.x * m[3] + p.y * m[7] + p.z * m[11] + m[15];
+    if (w == 0 || w == 1) return moved;
+    return {moved.x / w, moved.y / w, moved.z / w};
+}
+
+miVector transform_vector(miVector v, const miMatrix m) {
+    return {v.x * m[0] + v.y * m[4] + v.z * m[8], v.x * m[1] + v.y * m[5] + v.z * m[9],
+            v.x * m[2] + v.y * m[6] + v.z * m[10]};
+}
+
+}  // namespace orvane::numeric

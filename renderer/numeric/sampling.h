@@ -1,0 +1,22 @@
+// Quasi-random numbers that are keyed by what they are for, never by thread or time.
+#pragma once
+
+#include <array>
+#include <cstdint>
+
+namespace orvane::numeric {
+
+// A well-mixed 64-bit hash of a key and a value, to derive keys from keys.
+std::uint64_t mix(std::uint64_t key, std::uint64_t value);
+
+// Point number index of a (0, 2)-sequence in base 2, scrambled by key: any 4^n points from a
+// multiple of 4^n on fall one each into the cells of a 2^n x 2^n grid. In 0..1, 1 excluded.
+std::array<double, 2> sample_2d(std::uint64_t key, std::uint32_t index);
+
+// The same as one dimension, of the van der Corput sequence.
+double sample_1d(std::uint64_t key, std::uint32_t index);
+
+// Uniform in 0..1, 1 excluded, without any relation between keys.
+double uniform(std::uint64_t key);
+
+}  // namespace orvane::numeric
