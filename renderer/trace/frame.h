@@ -1,0 +1,66 @@
+// One frame: the world with its ray structures and the life of its shaders.
+#pragma once
+
+#include <cstdint>
+
+#include "frame/host.h"
+#include "trace/rays.h"
+#include "world/render.h"
+
+namespace orvane::trace {
+
+// What an eye ray saw; members beyond color are of what it met last, or 0.
+struct Seen {
+    miColor color{};
+    float depth = 0;
+    miVector normal{};
+    miVector motion{};  // in pixels
+    std::uint32_t label = 0;
+};
+
+class Frame {
+  public:
+    // Builds the ray structures and initialises all shaders. Throws world::Fatal when a shader
+    // calls mi_fatal; shaders that were initialised are not left behind.
+    explicit Frame(world::World& world);
+    // Calls the exits of all shaders; afterwards what they left allocated is in leaks().
+    ~Frame();
+    Frame(const Frame&) = delete;
+    Frame& operator=(const Frame&) = delete;
+
+    // Traces an eye ray through a point of the picture, lens shaders first. x and y are in
+    // pixels from the lower left, time is 0..1 within the shutter interval, key identifies the
+    // sample. Throws world::Fatal when a shader calls mi_fatal.
+    Seen see(float x, float y, float time, std::uint64_t key, int thread);
+
+    // Calls an output shader on the frame buffers in the options.
+    void run_output(const world::ListEntry* list);
+
+    // Runs instance-level and shader-level exits, in reverse order of the inits; once. Returns
+    // a line for each place that left memory allocated.
+    std::vector<std::string> close();
+
+    miState state(int thread);
+
+    world::World& world;
+    world::Render render;
+    Structure structure;
+
+  private:
+    void initialise();
+    void init_state(miState* state, const world::Function& function);
+
+    std::vector<world::Function*> initialised_;
+    std::vector<world::ShaderClass*> classes_;
+    bool closed_ = false;
+};
+
+// The frame that a state belongs to.
+inline Frame& frame_of(const miState* state) {
+    return *static_cast<Frame*>(const_cast<void*>(state->host));
+}
+
+// Where a pixel position lies: origin and direction of the ray through it, in world space.
+void eye_ray(const world::World& world, float x, float y, miVector* org, miVector* dir);
+
+}  // namespace orvane::trace

@@ -1,0 +1,92 @@
+// Builds a World from a scene: the state of the building, split over files by subject.
+#pragma once
+
+#include <map>
+#include <set>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "world/world.h"
+
+namespace orvane::world {
+
+// A leaf of the instance tree: what is placed, with all that it inherits.
+struct Leaf {
+    std::string name;  // of the instance
+    const scene::Instance* source = nullptr;
+    Imath::M44f world_to_local, motion_world_to_local;
+    std::vector<std::string> materials;
+    scene::Place materials_place;
+    std::optional<bool> visible, trace, shadow;  // from instances; nothing = the object's own
+    std::optional<std::uint32_t> tag;
+};
+
+// Walks the instance tree of a group. Throws Error (Exit::Scene) for names that lead nowhere
+// and for groups that contain themselves.
+std::vector<Leaf> flatten(const scene::Scene& scene, const std::string& root,
+                          const scene::Place& place);
+
+class Builder : public plugin::Resolver {
+  public:
+    Builder(World& world, const scene::Scene& scene, const plugin::Libraries& libraries,
+            PictureCache& pictures, std::filesystem::path base)
+        : world_(world),
+          scene_(scene),
+          libraries_(libraries),
+          pictures_(pictures),
+          base_(std::move(base)) {}
+
+    void build(const scene::RenderCommand& command, const Overrides& overrides);
+
+    std::vector<miTag> items(scene::Base type, const std::string& name,
+                             const scene::Place& place) override;
+    miTag string(const std::string& text) override;
+    std::pair<miTag, const scene::Declaration*> shader(const std::string& name,
+                                                       const scene::Place& place) override;
+
+  private:
+    // camera.cpp
+    void set_options(const scene::RenderCommand& command, const Overrides& overrides);
+    void set_camera(const scene::RenderCommand& command, const Overrides& overrides);
+    void set_camera_shaders();
+
+    // placements.cpp
+    void add_instance(const Leaf& leaf);
+    void add_light(const scene::Light& source, Instance& instance);
+    void add_light_shaders();
+    void add_placements();
+    void add_placement(const Leaf& leaf, const Instance& instance);
+
+    // materials.cpp
+    miTag material(const std::string& name, const scene::Place& place);
+    miTag texture(const std::string& name, const scene::Place& place);
+    std::shared_ptr<const image::Image> picture(const scene::Texture& source);
+
+    // functions.cpp
+    miTag function(const scene::ShaderCall& call, Stage stage, miTag light_instance = 0,
+                   const Function* shared = nullptr);
+    miTag named(const std::string& name, const scene::Place& place, Stage stage,
+                miTag light_instance = 0);
+    ShaderClass& shader_class(const std::string& name, const scene::Place& place);
+    const ListEntry* list(const scene::ShaderList& calls, Stage stage, miTag light_instance = 0,
+                          const Function* shared = nullptr);
+    static miTag tag_of(const ListEntry* list) { return list ? list->tag : 0; }
+
+    World& world_;
+    const scene::Scene& scene_;
+    const plugin::Libraries& libraries_;
+    PictureCache& pictures_;
+    std::filesystem::path base_;
+
+    std::map<std::string, std::vector<miTag>> instances_;  // by name, one a path
+    std::vector<std::pair<Light*, miTag>> lights_;         // with their instances
+    std::vector<std::pair<Leaf, const Instance*>> objects_;
+    std::map<std::string, Leaf> cameras_;  // by instance
+    std::map<std::string, miTag> materials_, textures_, strings_;
+    std::map<std::pair<std::string, miTag>, miTag> named_;  // by name and light instance
+    std::set<std::string> resolving_;                       // named shaders being made
+    std::map<std::string, ShaderClass*> classes_;
+};
+
+}  // namespace orvane::world

@@ -1,0 +1,86 @@
+// Materials and textures, made when first named.
+
+#include "scene/messages.h"
+#include "world/builder.h"
+
+namespace orvane::world {
+
+miTag Builder::material(const std::string& name, const scene::Place& place) {
+    if (const auto known = materials_.find(name); known != materials_.end()) return known->second;
+    const auto found = scene_.materials.find(name);
+    if (found == scene_.materials.end()) {
+        std::vector<std::string> names;
+        for (const auto& [known, unused] : scene_.materials) names.push_back(known);
+        const std::string near = nearest_name(name, names);
+        throw error_at(place, Exit::Scene, "there is no material \"" + name + "\"",
+                       near.empty() ? "" : "did you mean \"" + near + "\"?");
+    }
+    const scene::Material& source = *found->second;
+    Material& made = world_.materials_.emplace_back();
+    const miTag tag = materials_[name] = world_.database_.add(miITEM_MATERIAL, &made);
+    made.opaque = source.opaque;
+    made.surface = list(source.shader, Stage::Material);
+    // shadow "x" ( ) shares the parameters of the material's first shader.
+    const Function* first = made.surface ? made.surface->function : nullptr;
+    made.shadow_list = list(source.shadow, Stage::Material, 0, first);
+    made.shader = tag_of(made.surface);
+    made.shadow = tag_of(made.shadow_list);
+    made.volume = tag_of(list(source.volume, Stage::Medium, 0, first));
+    made.environment = tag_of(list(source.environment, Stage::Medium, 0, first));
+    if (!source.displace.empty())
+        message(Level::Warning, to_string(source.place) + ": displacement is not supported");
+    return tag;
+}
+
+miTag Builder::texture(const std::string& name, const scene::Place& place) {
+    if (const auto known = textures_.find(name); known != textures_.end()) return known->second;
+    const auto found = scene_.textures.find(name);
+    if (found == scene_.textures.end()) {
+        std::vector<std::string> names;
+        for (const auto& [known, unused] : scene_.textures) names.push_back(known);
+        const std::string near = nearest_name(name, names);
+        throw error_at(place, Exit::Shader, "there is no texture \"" + name + "\"",
+                       near.empty() ? "" : "did you mean \"" + near + "\"?");
+    }
+    Texture made;
+    const scene::Texture& source = *found->second;
+    if (!source.shader.empty())
+        made.shader = list(source.shader, Stage::Texture);
+    else
+        made.image = picture(source);
+    Texture& stored = world_.textures_.emplace_back(std::move(made));
+    return textures_[name] = world_.database_.add(miITEM_TEXTURE, &stored);
+}
+
+// A file is looked for in the folder of the text that names it, of the scene, and here.
+std::shared_ptr<const image::Image> Builder::picture(const scene::Texture& source) {
+    const float gamma = world_.options_.gamma;
+    if (source.file.empty()) {
+        try {
+            return std::make_shared<image::Image>(image::image_from_bytes(
+                source.width, source.height, source.depth, source.bytes, gamma));
+        } catch (const std::invalid_argument& fault) {
+            throw error_at(source.place, Exit::Scene, fault.what());
+        }
+    }
+    std::filesystem::path file = source.file;
+    const std::filesystem::path here = std::filesystem::path(*source.place.file).parent_path();
+    for (const auto& folder : {here, base_, std::filesystem::path()}) {
+        std::error_code ignored;
+        if (!std::filesystem::exists(folder / source.file, ignored)) continue;
+        file = folder / source.file;
+        break;
+    }
+    auto& cached = pictures_[{file, gamma}];
+    if (cached) return cached;
+    try {
+        cached = std::make_shared<image::Image>(image::read_image(file, gamma));
+    } catch (const Error& fault) {
+        std::string reason = fault.what();
+        if (reason.starts_with("error: ")) reason.erase(0, 7);
+        throw error_at(source.place, Exit::Input, reason);
+    }
+    return cached;
+}
+
+}  // namespace orvane::world

@@ -1,0 +1,37 @@
+// Building a world in the order in which names must be known.
+
+#include "world/world.h"
+
+#include <algorithm>
+
+#include "world/builder.h"
+
+namespace orvane::world {
+
+void Builder::build(const scene::RenderCommand& command, const Overrides& overrides) {
+    set_options(command, overrides);
+    for (const Leaf& leaf : flatten(scene_, command.root, command.place)) add_instance(leaf);
+    set_camera(command, overrides);
+    add_placements();
+    add_light_shaders();
+    set_camera_shaders();
+}
+
+World::World(const scene::Scene& scene, const scene::RenderCommand& command,
+             const plugin::Libraries& libraries, PictureCache& pictures,
+             const std::filesystem::path& base, const Overrides& overrides) {
+    Builder(*this, scene, libraries, pictures, base).build(command, overrides);
+}
+
+World::~World() = default;
+
+std::vector<Function*> World::functions() {
+    std::vector<Function*> sorted;
+    for (Function& function : functions_) sorted.push_back(&function);
+    std::stable_sort(sorted.begin(), sorted.end(), [](const Function* a, const Function* b) {
+        return a->stage < b->stage;
+    });
+    return sorted;
+}
+
+}  // namespace orvane::world
