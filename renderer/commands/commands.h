@@ -1,0 +1,32 @@
+// The command line: one function a subcommand, and the one place where errors end.
+#pragma once
+
+#include <array>
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "scene/errors.h"
+
+namespace orvane::commands {
+
+// Runs the program; returns its exit status. All errors are told on standard error here.
+int run(int argc, char** argv);
+
+struct RenderArguments {
+    std::string scene;
+    std::string output;  // empty = what the scene's camera says
+    int threads = 0;     // 0 = the processors that the process may use
+    std::optional<std::array<int, 2>> resolution, samples;
+    std::optional<std::array<int, 4>> window;
+    std::optional<int> verbosity;
+    std::vector<std::filesystem::path> include_path, link_path;
+    int tile_size = 0;  // 0 = as the scene says
+};
+
+// Renders every frame that a scene file asks for and writes its pictures. Returns 128 + the
+// number of the signal that stopped it, or 0. Throws Error, world::Fatal, std::bad_alloc.
+int render(const RenderArguments& arguments);
+
+}  // namespace orvane::commands

@@ -1,0 +1,256 @@
+// orvane render: from a scene file to picture files.
+
+#include <sched.h>
+
+#include <algorithm>
+#include <atomic>
+#include <csignal>
+#include <set>
+#include <string>
+
+#include "commands/commands.h"
+#include "commands/progress.h"
+#include "film/film.h"
+#include "image/picture_file.h"
+#include "scene/messages.h"
+#include "scene/parser.h"
+#include "trace/frame.h"
+
+namespace orvane::commands {
+namespace {
+
+namespace fs = std::filesystem;
+
+std::atomic<int> the_signal = 0;
+
+// The first signal closes the frame, the second one ends the program.
+void on_signal(int number) {
+    the_signal = number;
+    world::abort_render();
+    std::signal(number, SIG_DFL);
+}
+
+class SignalHandlers {
+  public:
+    SignalHandlers() {
+        the_signal = 0;
+        world::clear_abort();
+        std::signal(SIGINT, on_signal);
+        std::signal(SIGTERM, on_signal);
+    }
+    ~SignalHandlers() {
+        std::signal(SIGINT, SIG_DFL);
+        std::signal(SIGTERM, SIG_DFL);
+    }
+};
+
+int processors() {
+    cpu_set_t set;
+    if (sched_getaffinity(0, sizeof set, &set) != 0) return 1;
+    return std::clamp(CPU_COUNT(&set), 1, world::kMaxThreads);
+}
+
+// The folder of the program, where its shaders and their declarations stand beside it.
+fs::path program_folder() {
+    std::error_code fault;
+    return fs::read_symlink("/proc/self/exe", fault).parent_path();
+}
+
+// What one run of the command keeps from frame to frame.
+class Session {
+  public:
+    explicit Session(const RenderArguments& arguments)
+        : arguments_(arguments),
+          base_(fs::path(arguments.scene).parent_path()),
+          libraries_(link_path(arguments)) {}
+
+    void render(const scene::Scene& scene, const scene::RenderCommand& command);
+
+    bool stopped() const { return world::render_aborted(); }
+
+  private:
+    static std::vector<fs::path> link_path(const RenderArguments& arguments) {
+        std::vector<fs::path> path = arguments.link_path;
+        path.push_back(fs::path(arguments.scene).parent_path());
+        path.push_back(program_folder());
+        return path;
+    }
+
+    void link(const scene::Scene& scene);
+    film::FrameBuffers shade(trace::Frame& frame, ProgressLine& progress) const;
+    void put_out(trace::Frame& frame, const film::FrameBuffers& buffers,
+                 const scene::RenderCommand& command);
+    void write(const world::World& world, const film::FrameBuffers& buffers,
+               const scene::Output& output, const scene::RenderCommand& command);
+    std::string picture_name(const world::World& world) const;
+
+    const RenderArguments& arguments_;
+    fs::path base_;
+    plugin::Libraries libraries_;
+    world::PictureCache pictures_;
+    std::set<std::string> linked_;
+    int frames_ = 0;
+};
+
+// A library that is not there is told at once, but only missed when one of its shaders is used.
+void Session::link(const scene::Scene& scene) {
+    for (const auto& [name, place] : scene.libraries) {
+        if (!linked_.insert(name).second) continue;
+        std::string why;
+        if (!libraries_.link(name, why))
+            message(Level::Warning,
+                    to_string(place) + ": library \"" + name + "\" is not loaded: " + why);
+    }
+}
+
+film::Settings film_settings(const world::World& world, const RenderArguments& arguments) {
+    const miCamera& camera = world.camera();
+    const miOptions& options = world.options();
+    const scene::Options& source = world.scene_options();
+    film::Settings settings;
+    settings.width = camera.x_resolution;
+    settings.height = camera.y_resolution;
+    std::copy(std::begin(camera.window), std::end(camera.window), settings.window.begin());
+    settings.samples_min = options.samples_min;
+    settings.samples_max = options.samples_max;
+    settings.contrast = options.contrast;
+    settings.filter = source.filter;
+    settings.filter_width = source.filter_width;
+    settings.filter_height = source.filter_height;
+    settings.filter_clip = source.filter_clip;
+    settings.jitter = source.jitter;
+    settings.motion = options.shutter > 0;
+    settings.tile_size = arguments.tile_size > 0 ? arguments.tile_size : source.task_size;
+    settings.threads = arguments.threads > 0 ? arguments.threads : processors();
+    return settings;
+}
+
+film::FrameBuffers Session::shade(trace::Frame& frame, ProgressLine& progress) const {
+    const auto sample = [&frame](const film::SamplePlace& place) {
+        const trace::Seen seen =
+            frame.see(place.x, place.y, place.time, place.key, place.thread);
+        return film::EyeSample{seen.color, seen.depth, seen.normal, seen.motion, seen.label};
+    };
+    const auto stop = [&frame] { return world::render_aborted() || frame.render.ending(); };
+    return film::render_film(
+        film_settings(frame.world, arguments_), sample,
+        [&progress](const film::Progress& now) { progress.report(now); }, stop);
+}
+
+void Session::render(const scene::Scene& scene, const scene::RenderCommand& command) {
+    if (stopped()) return;
+    ++frames_;
+    link(scene);
+    ProgressLine progress;
+    world::World world(scene, command, libraries_, pictures_, base_,
+                       {arguments_.resolution, arguments_.samples, arguments_.window});
+    trace::Frame frame(world);
+    const film::FrameBuffers buffers = shade(frame, progress);
+    progress.finish("frame " + std::to_string(frames_));
+    put_out(frame, buffers, command);
+    for (const std::string& leak : frame.close()) {
+#ifndef NDEBUG
+        message(Level::Warning, "left allocated: " + leak);
+#else
+        message(Level::Debug, "left allocated: " + leak);
+#endif
+    }
+}
+
+// Output shaders work on the buffers in the order in which files and shaders are listed.
+void Session::put_out(trace::Frame& frame, const film::FrameBuffers& buffers,
+                      const scene::RenderCommand& command) {
+    world::World& world = frame.world;
+    for (std::size_t i = 0; i < buffers.size(); ++i)
+        world.options().frame_buffers[i] = buffers[i].get();
+    const auto& outputs = world.scene_camera().outputs;
+    bool written = false;
+    for (std::size_t i = 0; i < outputs.size(); ++i) {
+        if (const world::ListEntry* list = world.output_shaders()[i]) frame.run_output(list);
+        if (outputs[i].file.empty() || !arguments_.output.empty()) continue;
+        write(world, buffers, outputs[i], command);
+        written = true;
+    }
+    if (!written) {
+        scene::Output output;
+        output.file = picture_name(world);
+        write(world, buffers, output, command);
+    }
+}
+
+// The picture of the command line, or one named after the scene where nothing names one.
+// #### becomes the frame's number; without it later frames get a number of their own.
+std::string Session::picture_name(const world::World& world) const {
+    std::string name = arguments_.output;
+    if (name.empty()) {
+        const fs::path stem = arguments_.scene == "-" ? "scene" : fs::path(arguments_.scene).stem();
+        name = stem.string() + ".png";
+    }
+    if (const std::size_t at = name.find('#'); at != std::string::npos) {
+        const std::size_t end = std::min(name.find_first_not_of('#', at), name.size());
+        std::string number = std::to_string(world.camera().frame);
+        if (number.size() < end - at) number.insert(0, end - at - number.size(), '0');
+        return name.replace(at, end - at, number);
+    }
+    if (frames_ == 1) return name;
+    const fs::path path(name);
+    return (path.parent_path() /
+            (path.stem().string() + "." + std::to_string(frames_) + path.extension().string()))
+        .string();
+}
+
+miFrameBuffer buffer_of(const std::string& type) {
+    const std::size_t at = type.find_first_not_of("+-");
+    const std::string name = at == std::string::npos ? "" : type.substr(at);
+    if (name == "z") return miFB_DEPTH;
+    if (name == "n") return miFB_NORMAL;
+    if (name == "m") return miFB_MOTION;
+    if (name == "tag") return miFB_LABEL;
+    return miFB_COLOR;
+}
+
+void Session::write(const world::World& world, const film::FrameBuffers& buffers,
+                    const scene::Output& output, const scene::RenderCommand& command) {
+    const scene::Options& options = world.scene_options();
+    image::PictureSettings settings;
+    settings.type = output.type.empty() ? "rgba" : output.type;
+    settings.format = output.format;
+    settings.quality = output.quality;
+    settings.compression = output.compression;
+    settings.gamma = options.gamma;
+    settings.colorclip = options.colorclip;
+    settings.desaturate = options.desaturate;
+    settings.premultiply = options.premultiply;
+    settings.dither = options.dither;
+    settings.metadata = {{"orvane:scene", arguments_.scene},
+                         {"orvane:root", command.root},
+                         {"orvane:camera", command.camera},
+                         {"orvane:options", command.options},
+                         {"orvane:frame", std::to_string(world.camera().frame)}};
+    image::write_picture(*buffers[buffer_of(settings.type)], output.file, settings);
+    message(Level::Info, "wrote " + output.file);
+}
+
+}  // namespace
+
+int render(const RenderArguments& arguments) {
+    if (arguments.verbosity) set_verbosity(*arguments.verbosity);
+    if (arguments.samples && (*arguments.samples)[0] > (*arguments.samples)[1])
+        throw Error(Exit::Usage, "--samples: the least number is above the most");
+    const SignalHandlers handlers;
+    Session session(arguments);
+    scene::ParserSettings settings;
+    settings.include_path = arguments.include_path;
+    settings.include_path.push_back(program_folder());
+    settings.verbosity_fixed = arguments.verbosity.has_value();
+    settings.on_render = [&session](const scene::Scene& scene,
+                                    const scene::RenderCommand& command) {
+        session.render(scene, command);
+    };
+    scene::parse_file(arguments.scene, settings);
+    const int number = the_signal;
+    if (number != 0) message(Level::Warning, "stopped by a signal; what was done is kept");
+    return number == 0 ? 0 : 128 + number;
+}
+
+}  // namespace orvane::commands

@@ -1,0 +1,297 @@
+// Whole frames of scenes that are functions of the position.
+#include "film/film.h"
+
+#include <gmock/gmock.h>
+
+#include <atomic>
+#include <cmath>
+#include <cstring>
+#include <limits>
+#include <map>
+#include <mutex>
+
+#include "film/filter.h"
+
+namespace orvane::film {
+namespace {
+
+using scene::Filter;
+using Scene = std::function<EyeSample(const SamplePlace&)>;
+constexpr Filter kFilters[] = {Filter::Box, Filter::Triangle, Filter::Gauss, Filter::Mitchell,
+                               Filter::Lanczos};
+
+Settings frame(int width, int height, int samples_min, int samples_max) {
+    Settings settings;
+    settings.width = width;
+    settings.height = height;
+    settings.window = {0, 0, width - 1, height - 1};
+    settings.samples_min = samples_min;
+    settings.samples_max = samples_max;
+    return settings;
+}
+
+EyeSample grey(float value) {
+    EyeSample seen;
+    seen.color = {value, value, value, 1};
+    return seen;
+}
+
+FrameBuffers render(const Settings& settings, const Scene& scene) {
+    return render_film(
+        settings, scene, [](const Progress&) {}, [] { return false; });
+}
+
+const image::Image& color(const FrameBuffers& buffers) { return *buffers[miFB_COLOR]; }
+
+// Dark below the line x + slope y = at, bright above.
+Scene edge(float at, float slope) {
+    return [=](const SamplePlace& p) { return grey(p.x + slope * p.y < at ? 0.0f : 1.0f); };
+}
+
+// A scene with edges, gradients, highlights and something that depends on key and time.
+EyeSample busy(const SamplePlace& p) {
+    EyeSample seen = grey(std::hypot(p.x - 20, p.y - 14) < 9 ? 3.0f : p.x / 60);
+    seen.color.g += static_cast<float>(p.key % 64) / 512 + p.time / 4;
+    seen.depth = p.x;
+    seen.label = static_cast<std::uint32_t>(p.y);
+    return seen;
+}
+
+// Renders and counts the samples of each pixel.
+class Counts {
+  public:
+    Counts(const Settings& settings, const Scene& scene) {
+        render(settings, [&](const SamplePlace& p) {
+            const std::lock_guard lock(mutex_);
+            ++counts_[{static_cast<int>(p.x), static_cast<int>(p.y)}];
+            return scene(p);
+        });
+    }
+    int at(int x, int y) const {
+        const auto count = counts_.find({x, y});
+        return count == counts_.end() ? 0 : count->second;
+    }
+    int total() const {
+        int sum = 0;
+        for (const auto& [pixel, count] : counts_) sum += count;
+        return sum;
+    }
+
+  private:
+    std::mutex mutex_;
+    std::map<std::pair<int, int>, int> counts_;
+};
+
+TEST(Film, AConstantStaysConstantUnderEveryFilter) {
+    for (const Filter filter : kFilters)
+        for (const auto& [low, high] : {std::pair(0, 0), std::pair(1, 1), std::pair(-2, 1)}) {
+            Settings settings = frame(13, 9, low, high);
+            settings.filter = filter;
+            settings.jitter = 1;
+            const FrameBuffers buffers =
+                render(settings, [](const SamplePlace&) { return grey(0.1f); });
+            for (const miColor& pixel : color(buffers).pixels())
+                ASSERT_EQ(pixel.r, 0.1f) << static_cast<int>(filter) << " " << low;
+        }
+}
+
+TEST(Film, RefinesEdgesAndNothingElse) {
+    // The edge runs exactly between two columns of pixels, then through one.
+    for (const float at : {8.0f, 8.3f}) {
+        const Counts counts(frame(16, 8, 0, 2), edge(at, 0));
+        for (int y = 0; y < 8; ++y) {
+            EXPECT_EQ(counts.at(8, y), at == 8 ? 4 : 16) << at;
+            EXPECT_EQ(counts.at(2, y), 1);
+            EXPECT_EQ(counts.at(13, y), 1);
+        }
+    }
+    EXPECT_EQ(Counts(frame(16, 8, 1, 3), edge(8.3f, 0)).at(8, 4), 64);
+
+    // Differences beyond white and differences below the contrast do not count.
+    const auto bright = [](const SamplePlace& p) { return grey(1 + p.x); };
+    EXPECT_EQ(Counts(frame(16, 8, 0, 2), bright).total(), 16 * 8);
+    const auto faint = [](const SamplePlace& p) { return grey(p.x < 8 ? 0.0f : 0.09f); };
+    EXPECT_EQ(Counts(frame(16, 8, 0, 2), faint).total(), 16 * 8);
+}
+
+TEST(Film, EdgesHaveTheirCoverage) {
+    for (const float slope : {0.0f, 0.3f, 1.0f, -0.7f})
+        for (const float at : {14.05f, 14.4f, 14.8f}) {
+            const FrameBuffers buffers = render(frame(24, 24, 0, 3), edge(at, slope));
+            const FrameBuffers exact = render(frame(24, 24, 5, 5), edge(at, slope));
+            double squares = 0;
+            for (int y = 0; y < 24; ++y)
+                for (int x = 0; x < 24; ++x) {
+                    const double error = color(buffers).at(x, y).r - color(exact).at(x, y).r;
+                    EXPECT_NEAR(error, 0, 0.13) << x << " " << y << ", " << at << " " << slope;
+                    squares += error * error;
+                }
+            EXPECT_LT(std::sqrt(squares / 24), 0.05) << "per pixel of the edge";
+        }
+}
+
+TEST(Film, ThePictureDependsOnNeitherThreadsNorTiles) {
+    for (const Filter filter : kFilters)
+        for (const int low : {-2, 0, 1}) {
+            Settings settings = frame(43, 31, low, 2);
+            settings.filter = filter;
+            settings.jitter = 0.7f;
+            settings.motion = true;
+            settings.window = {2, 1, 41, 30};
+            const FrameBuffers first = render(settings, busy);
+            for (const auto& [threads, tile] :
+                 {std::pair(2, 8), std::pair(3, 64), std::pair(8, 5), std::pair(8, 0)}) {
+                settings.threads = threads;
+                settings.tile_size = tile;
+                const FrameBuffers other = render(settings, busy);
+                for (std::size_t i = 0; i < first.size(); ++i)
+                    ASSERT_EQ(0, std::memcmp(first[i]->pixels().data(), other[i]->pixels().data(),
+                                             43 * 31 * sizeof(miColor)))
+                        << "buffer " << i << ", " << threads << " threads, tiles of " << tile;
+            }
+        }
+}
+
+TEST(Film, OnlyTheWindowIsRendered) {
+    for (const int low : {-2, 0}) {
+        Settings settings = frame(20, 10, low, 0);
+        settings.window = {3, 2, 9, 100};
+        settings.filter = Filter::Gauss;
+        const FrameBuffers buffers = render(settings, [](const SamplePlace&) { return grey(1); });
+        for (int y = 0; y < 10; ++y)
+            for (int x = 0; x < 20; ++x)
+                EXPECT_EQ(color(buffers).at(x, y).r, x >= 3 && x <= 9 && y >= 2 ? 1 : 0);
+    }
+    Settings empty = frame(4, 4, 0, 0);
+    empty.window = {3, 3, 1, 1};
+    EXPECT_EQ(color(render(empty, busy)).at(2, 2).r, 0);
+}
+
+TEST(Film, ACoarseLatticeInterpolatesWhatIsSmooth) {
+    const auto slope = [](const SamplePlace& p) {
+        EyeSample seen = grey(p.x * 0.01f);
+        seen.depth = p.x;
+        return seen;
+    };
+    const FrameBuffers buffers = render(frame(11, 7, -2, 0), slope);
+    for (int y = 0; y < 7; ++y)
+        for (int x = 0; x < 11; ++x) {
+            const float middle = static_cast<float>(x) + 0.5f;
+            EXPECT_NEAR(color(buffers).at(x, y).r, middle * 0.01f, 1e-6);
+            EXPECT_NEAR(buffers[miFB_DEPTH]->at(x, y).r, middle, 2);
+        }
+    // Columns 0, 4, 8, 10 and rows 0, 4, 6.
+    EXPECT_EQ(Counts(frame(11, 7, -2, 0), slope).total(), 12);
+    EXPECT_EQ(Counts(frame(1, 1, -2, -1), slope).total(), 1);
+
+    // An edge is followed down to the pixels, and into them, or only as far as is allowed.
+    const Counts fine(frame(33, 33, -2, 1), edge(14.4f, 0));
+    for (int y = 0; y < 33; ++y) EXPECT_EQ(fine.at(14, y), 4) << y;
+    EXPECT_EQ(fine.at(22, 5), 0);
+    EXPECT_EQ(Counts(frame(33, 33, -2, -1), edge(14.4f, 0)).at(13, 4), 0);
+    EXPECT_EQ(Counts(frame(33, 33, -2, -1), edge(14.4f, 0)).at(14, 2), 1);
+}
+
+TEST(Film, BuffersHoldTheFirstSampleAndNothingIsNotFinite) {
+    const float nan = std::numeric_limits<float>::quiet_NaN();
+    const float infinity = std::numeric_limits<float>::infinity();
+    const FrameBuffers buffers = render(frame(3, 2, 1, 1), [&](const SamplePlace& p) {
+        EyeSample seen = grey(0.5f);
+        seen.color.g = p.y < 1 ? nan : infinity;
+        seen.depth = p.x;
+        seen.normal = {0, nan, 1};
+        seen.motion = {2, -3, 0};
+        seen.label = 7;
+        return seen;
+    });
+    EXPECT_EQ(color(buffers).at(1, 0).r, 0.5f);
+    EXPECT_EQ(color(buffers).at(1, 0).g, 0);
+    EXPECT_EQ(color(buffers).at(1, 1).g, 0);
+    EXPECT_NEAR(buffers[miFB_DEPTH]->at(1, 0).r, 1.5, 0.2);
+    EXPECT_EQ(buffers[miFB_NORMAL]->at(1, 0).g, 0);
+    EXPECT_EQ(buffers[miFB_NORMAL]->at(1, 0).b, 1);
+    EXPECT_EQ(buffers[miFB_MOTION]->at(1, 0).g, -3);
+    EXPECT_EQ(buffers[miFB_LABEL]->at(2, 1).r, 7);
+}
+
+TEST(Film, AnExceptionEndsTheFrame) {
+    for (const int threads : {1, 4}) {
+        Settings settings = frame(64, 64, 0, 0);
+        settings.threads = threads;
+        std::atomic<int> taken = 0;
+        EXPECT_THROW(render(settings,
+                            [&](const SamplePlace&) -> EyeSample {
+                                if (++taken >= 20) throw std::domain_error("no");
+                                return {};
+                            }),
+                     std::domain_error);
+        EXPECT_LE(taken, 20 + threads);
+    }
+}
+
+TEST(Film, StoppingKeepsWhatIsDone) {
+    for (const Filter filter : {Filter::Box, Filter::Mitchell})
+        for (const int low : {-1, 0}) {
+            Settings settings = frame(32, 32, low, 2);
+            settings.filter = filter;
+            settings.tile_size = 8;
+            int taken = 0;
+            std::vector<double> told;
+            const FrameBuffers buffers = render_film(
+                settings,
+                [&](const SamplePlace&) {
+                    ++taken;
+                    return grey(0.5f);
+                },
+                [&](const Progress& progress) { told.push_back(progress.fraction); },
+                [&] { return taken >= 100; });
+            EXPECT_EQ(taken, 100);
+            EXPECT_EQ(color(buffers).at(0, 0).r, 0.5f);
+            EXPECT_EQ(color(buffers).at(31, 31).r, 0);
+            EXPECT_EQ(told.back(), 1);
+        }
+}
+
+TEST(Filter, KernelsKeepTheMeanAndEndAtZero) {
+    for (const Filter filter : kFilters) {
+        // The weights of pixels at unit distances sum up to nearly the same wherever they lie.
+        const float half = natural_width(filter) / 2;
+        const auto sum = [&](float shift) {
+            float weights = 0;
+            for (int i = -4; i <= 4; ++i)
+                weights += weight(filter, (static_cast<float>(i) + shift) / half);
+            return weights;
+        };
+        for (const float shift : {0.1f, 0.25f, 0.4f, 0.5f})
+            EXPECT_NEAR(sum(shift) / sum(0), 1, filter == Filter::Box ? 0 : 0.04)
+                << static_cast<int>(filter);
+        EXPECT_EQ(weight(filter, 1), 0);
+        EXPECT_EQ(weight(filter, -1.01f), 0);
+        EXPECT_NEAR(weight(filter, 0.9999f), filter == Filter::Box ? 1 : 0, 1e-3);
+    }
+}
+
+TEST(Filter, WidthsAndClippingAreHonoured) {
+    // A box of 3 x 1 pixels averages three neighbours in a row, two at the window's edge.
+    const auto column = [](const SamplePlace& p) { return grey(p.x > 4 && p.x < 5 ? 3.0f : 0); };
+    Settings settings = frame(9, 3, 0, 0);
+    settings.filter_width = 3.0f;
+    const FrameBuffers wide = render(settings, column);
+    for (int x = 0; x < 9; ++x) EXPECT_EQ(color(wide).at(x, 1).r, x >= 3 && x <= 5 ? 1 : 0) << x;
+
+    // A filter that is too narrow for any sample falls back to the pixel.
+    settings.samples_min = settings.samples_max = 1;
+    settings.filter_width = settings.filter_height = 1e-3f;
+    EXPECT_EQ(color(render(settings, column)).at(4, 1).r, 3);
+
+    // Negative weights ring at an edge unless clipped.
+    settings = frame(16, 4, 0, 0);
+    settings.filter = Filter::Lanczos;
+    settings.filter_width = 6.0f;
+    EXPECT_LT(color(render(settings, edge(8, 0))).at(6, 1).r, -0.01f);
+    settings.filter_clip = true;
+    EXPECT_EQ(color(render(settings, edge(8, 0))).at(6, 1).r, 0);
+}
+
+}  // namespace
+}  // namespace orvane::film

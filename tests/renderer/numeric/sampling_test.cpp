@@ -1,0 +1,153 @@
+// The quasi-random sequence: strata exactly filled, for any key, and keys unrelated.
+
+#include "numeric/sampling.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdlib>
+#include <set>
+#include <utility>
+#include <vector>
+
+#include "frame/host.h"
+
+namespace orvane::numeric {
+namespace {
+
+// Whether 2^bits points fill every division of the square into 2^bits equal boxes, one each.
+template <typename Point>
+bool fills_all_boxes(int bits, const Point& point) {
+    const std::uint32_t count = 1u << bits;
+    std::vector<std::array<double, 2>> points;
+    for (std::uint32_t i = 0; i < count; ++i) points.push_back(point(i));
+    for (int columns = 0; columns <= bits; ++columns) {
+        std::set<std::pair<int, int>> boxes;
+        for (const auto& [x, y] : points) {
+            if (!(x >= 0 && x < 1 && y >= 0 && y < 1)) return false;
+            boxes.emplace(static_cast<int>(std::ldexp(x, columns)),
+                          static_cast<int>(std::ldexp(y, bits - columns)));
+        }
+        if (boxes.size() != count) return false;
+    }
+    return true;
+}
+
+TEST(Sampling, EveryAlignedBlockFillsAllElementaryIntervals) {
+    for (const std::uint64_t key : {0ull, 1ull, 0xffffffffffffffffull, 0x123456789abcdefull}) {
+        for (const int bits : {0, 1, 2, 3, 4, 6, 8, 10}) {
+            for (const std::uint32_t block : {0u, 1u, 2u, 7u, 1000u, (1u << (32 - bits - 1))}) {
+                EXPECT_TRUE(fills_all_boxes(
+                    bits, [&](std::uint32_t i) { return sample_2d(key, (block << bits) + i); }))
+                    << key << ' ' << bits << ' ' << block;
+            }
+        }
+    }
+}
+
+TEST(Sampling, OneDimensionIsStratifiedToo) {
+    for (const std::uint64_t key : {3ull, 4ull}) {
+        std::set<int> strata;
+        for (std::uint32_t i = 64; i < 128; ++i) {
+            strata.insert(static_cast<int>(sample_1d(key, i) * 64));
+        }
+        EXPECT_EQ(strata.size(), 64u);
+    }
+}
+
+// Correlation of what two neighbouring keys, or two coordinates, give: 0 up to noise.
+TEST(Sampling, KeysAreUnrelated) {
+    constexpr int kCount = 20000;
+    double between_keys = 0, within_point = 0, uniform_mean = 0, uniform_keys = 0;
+    for (std::uint64_t key = 0; key < kCount; ++key) {
+        const auto a = sample_2d(key, 5), b = sample_2d(key + 1, 5);
+        between_keys += (a[0] - 0.5) * (b[0] - 0.5) / kCount;
+        within_point += (a[0] - 0.5) * (a[1] - 0.5) / kCount;
+        uniform_mean += uniform(key) / kCount;
+        uniform_keys += (uniform(key) - 0.5) * (uniform(key + 1) - 0.5) / kCount;
+    }
+    EXPECT_NEAR(between_keys, 0, 0.003);
+    EXPECT_NEAR(within_point, 0, 0.003);
+    EXPECT_NEAR(uniform_mean, 0.5, 0.01);
+    EXPECT_NEAR(uniform_keys, 0, 0.003);
+    EXPECT_NE(mix(1, 2), mix(2, 1));
+}
+
+TEST(SampleOperation, SingleDrawsOfOneStateFillTheSquare) {
+    miState state{};
+    state.sample_key = 77;
+    for (int round = 0; round < 3; ++round) {
+        EXPECT_TRUE(fills_all_boxes(4, [&](std::uint32_t) {
+            std::array<double, 2> p;
+            EXPECT_EQ(mi_sample(p.data(), nullptr, &state, 2, nullptr), miTRUE);
+            return p;
+        }));
+
+        // A loop in between has points of its own and leaves the single draws in step.
+        const miUint n = 5;
+        double point[2];
+        for (int i = 0; mi_sample(point, &i, &state, 2, &n);) {
+        }
+    }
+}
+
+TEST(SampleOperation, LoopsGiveCountPointsAndDifferFromEachOther) {
+    miState state{};
+    state.sample_key = 78;
+    std::set<double> seen;
+    for (int loop = 0; loop < 2; ++loop) {
+        int instance = 0;
+        const miUint n = 16;
+        EXPECT_TRUE(fills_all_boxes(4, [&](std::uint32_t i) {
+            std::array<double, 2> p{};
+            EXPECT_EQ(mi_sample(p.data(), &instance, &state, 2, &n), miTRUE);
+            EXPECT_EQ(instance, static_cast<int>(i) + 1);
+            seen.insert(p[0]);
+            return p;
+        }));
+        double untouched = -1;
+        EXPECT_EQ(mi_sample(&untouched, &instance, &state, 1, &n), miFALSE);
+        EXPECT_EQ(untouched, -1);
+    }
+    EXPECT_EQ(seen.size(), 32u);
+
+    const miUint none = 0;
+    int instance = 0;
+    double untouched = -1;
+    EXPECT_EQ(mi_sample(&untouched, &instance, &state, 1, &none), miFALSE);
+    EXPECT_EQ(untouched, -1);
+}
+
+// Successive points of three and more dimensions: all written, no two alike, no more.
+TEST(SampleOperation, WritesEveryDimensionAsked) {
+    miState state{};
+    double mean[5] = {}, products = 0;
+    constexpr int kCount = 256;
+    for (int i = 0; i < kCount; ++i) {
+        double p[6] = {-1, -1, -1, -1, -1, -1};
+        mi_sample(p, nullptr, &state, 5, nullptr);
+        EXPECT_EQ(p[5], -1);
+        for (int k = 0; k < 5; ++k) mean[k] += p[k] / kCount;
+        products += (p[0] - 0.5) * (p[2] - 0.5) / kCount;
+    }
+    for (const double m : mean) EXPECT_NEAR(m, 0.5, 1e-2);
+    EXPECT_NEAR(products, 0, 0.015);
+
+    // Without a state the caller's count tells the points apart.
+    int instance = 0;
+    double a = 0, b = 0;
+    mi_sample(&a, &instance, nullptr, 1, nullptr);
+    mi_sample(&b, &instance, nullptr, 1, nullptr);
+    EXPECT_NE(a, b);
+    mi_sample(&a, nullptr, nullptr, 1, nullptr);
+}
+
+TEST(RandomOperation, IsTheCLibrarysGenerator) {
+    unsigned short ours[3] = {0xee31, 0x59f1, 0xa7b3}, theirs[3] = {0xee31, 0x59f1, 0xa7b3};
+    for (int i = 0; i < 100; ++i) EXPECT_EQ(mi_erandom(ours), erand48(theirs));
+    EXPECT_TRUE(std::equal(ours, ours + 3, theirs));
+}
+
+}  // namespace
+}  // namespace orvane::numeric
