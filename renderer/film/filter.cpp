@@ -22,7 +22,7 @@ float sinc(float x) {
     return std::abs(angle) < 1e-4f ? 1 : std::sin(angle) / angle;
 }
 
-// The samples of one pixel so far: their weighted sum.
+// The samples around one pixel so far: their weighted sum, and their range for clipping.
 struct Sum {
     std::array<double, 4> color{};
     double weight = 0;
@@ -31,7 +31,6 @@ struct Sum {
     void add(const Channels& value, double sample_weight) {
         for (std::size_t i = 0; i < value.size(); ++i) color[i] += sample_weight * value[i];
         weight += sample_weight;
-        range.include(value);
     }
 };
 
@@ -70,7 +69,10 @@ class Spreader {
             if (row == 0) continue;
             for (int tx = first_x; tx <= last_x; ++tx) {
                 const float column = columns_[static_cast<std::size_t>(tx - first_x)];
-                if (column != 0) sums_[index(tx, ty)].add(color, row * column);
+                if (column == 0) continue;
+                Sum& sum = sums_[index(tx, ty)];
+                sum.add(color, row * column);
+                if (kernel_.clip) sum.range.include(color);
             }
         }
     }

@@ -3,23 +3,8 @@
 
 #include <algorithm>
 #include <bit>
-#include <limits>
 
 namespace orvane::film {
-
-Range Range::empty() {
-    constexpr float kMost = std::numeric_limits<float>::max();
-    return {{kMost, kMost, kMost, kMost}, {-kMost, -kMost, -kMost, -kMost}};
-}
-
-void Range::include(const Channels& value) { include(Range{value, value}); }
-
-void Range::include(const Range& other) {
-    for (std::size_t i = 0; i < low.size(); ++i) {
-        low[i] = std::min(low[i], other.low[i]);
-        high[i] = std::max(high[i], other.high[i]);
-    }
-}
 
 bool Range::exceeds(const miColor& contrast, float factor) const {
     const Channels most = channels(contrast);

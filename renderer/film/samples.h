@@ -1,8 +1,10 @@
 // The colours that have been sampled so far, pixel by pixel.
 #pragma once
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
+#include <limits>
 #include <vector>
 
 #include "film/tiles.h"
@@ -18,9 +20,19 @@ inline Channels channels(const miColor& color) { return {color.r, color.g, color
 struct Range {
     Channels low, high;
 
-    static Range empty();
-    void include(const Channels& value);
-    void include(const Range& other);
+    static Range empty() {
+        constexpr float kMost = std::numeric_limits<float>::max();
+        return {{kMost, kMost, kMost, kMost}, {-kMost, -kMost, -kMost, -kMost}};
+    }
+    void include(const Range& other) {
+        for (std::size_t i = 0; i < low.size(); ++i) {
+            low[i] = std::min(low[i], other.low[i]);
+            high[i] = std::max(high[i], other.high[i]);
+        }
+    }
+    void include(const Channels& value) { include(Range{value, value}); }
+
+    // Whether a channel varies by more than factor times the contrast.
     bool exceeds(const miColor& contrast, float factor = 1) const;
 };
 

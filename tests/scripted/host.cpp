@@ -244,7 +244,9 @@ miBoolean mi_tex_coord(miState*, int, miVector* coord) {
     *coord = {0, 0, 0};
     return current().texture_coord ? current().texture_coord(coord) : miFALSE;
 }
-miBoolean mi_tex_basis(miState*, int, miVector*, miVector*) { return miFALSE; }
+miBoolean mi_tex_basis(miState*, int, miVector* du, miVector* dv) {
+    return current().texture_basis ? current().texture_basis(du, dv) : miFALSE;
+}
 
 // ---- Memory
 

@@ -130,6 +130,7 @@ struct Host {
     std::function<double()> random;                       // of mi_sample: a fixed sequence
     std::function<bool()> aborted;                        // no
     std::function<miBoolean(miVector*)> texture_coord;    // (0, 0, 0), miFALSE
+    std::function<miBoolean(miVector* du, miVector* dv)> texture_basis;  // miFALSE
     std::function<void*(miState*, void* param)> connect;  // value of a connected parameter: param
 
     // The database, by tag.
