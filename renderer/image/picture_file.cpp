@@ -50,18 +50,20 @@ OIIO::TypeDesc type_of(Sample sample) {
 
 OIIO::ImageSpec describe(const Image& image, const PictureFormat& format,
                          const PictureLayout& layout, const PictureSettings& settings) {
-    OIIO::ImageSpec spec(image.width(), image.height(), static_cast<int>(layout.channels.size()),
-                         type_of(layout.sample));
+    OIIO::ImageSpec header(image.width(), image.height(), static_cast<int>(layout.channels.size()),
+                           type_of(layout.sample));
     const bool exr = format.writer == "openexr", tiff = format.writer == "tiff";
-    for (const auto& [name, value] : settings.metadata) spec.attribute(name, value);
-    spec.attribute("Software", "orvane");
 
-    if (exr && spec.nchannels == 1) spec.channelnames = {layout.channel_name};
+    // Keep the library from storing the time: the same picture is the same file.
+    header.attribute("DateTime", "");
+    for (const auto& [name, value] : settings.metadata) header.attribute(name, value);
+    header.attribute("Software", "orvane");
+    if (exr && header.nchannels == 1) header.channelnames = {layout.channel_name};
 
     // Keep the library from dividing by alpha. TIFF alone tells its readers which it is.
     const bool integer = layout.sample == Sample::Byte || layout.sample == Sample::Word;
     const bool divided = integer && !settings.premultiply;
-    if (!tiff || divided) spec.attribute("oiio:UnassociatedAlpha", 1);
+    if (!tiff || divided) header.attribute("oiio:UnassociatedAlpha", 1);
 
     std::string compression = settings.compression;
     if (format.name == "tifu") compression = "none";
@@ -70,8 +72,8 @@ OIIO::ImageSpec describe(const Image& image, const PictureFormat& format,
         compression = "jpeg:";
         compression += std::to_string(std::clamp(settings.quality, 1, 100));
     }
-    if (!compression.empty()) spec.attribute("compression", compression);
-    return spec;
+    if (!compression.empty()) header.attribute("compression", compression);
+    return header;
 }
 
 // A file in memory, for writers that only know files.
@@ -103,11 +105,12 @@ class MemoryFile {
     int descriptor_;
 };
 
-void encode(OIIO::ImageOutput& output, const std::string& name, const OIIO::ImageSpec& spec,
+void encode(OIIO::ImageOutput& output, const std::string& name, const OIIO::ImageSpec& header,
             const std::vector<std::uint8_t>& values) {
     const OIIO::TypeDesc given =
-        spec.format.is_floating_point() ? OIIO::TypeDesc::FLOAT : spec.format;
-    if (!output.open(name, spec) || !output.write_image(given, values.data()) || !output.close()) {
+        header.format.is_floating_point() ? OIIO::TypeDesc::FLOAT : header.format;
+    if (!output.open(name, header) || !output.write_image(given, values.data()) ||
+        !output.close()) {
         throw std::runtime_error(output.geterror());
     }
 }
@@ -115,10 +118,10 @@ void encode(OIIO::ImageOutput& output, const std::string& name, const OIIO::Imag
 // Reads a picture back, since its writer may not have noticed that it was cut short.
 void check_complete(const std::string& name, const PictureFormat& format) {
     const auto input = OIIO::ImageInput::create(std::string(format.writer));
-    OIIO::ImageSpec spec;
-    if (!input || !input->open(name, spec)) throw std::runtime_error("the picture is cut short");
-    std::vector<float> values(spec.image_pixels() * static_cast<std::size_t>(spec.nchannels));
-    if (!input->read_image(0, 0, 0, spec.nchannels, OIIO::TypeDesc::FLOAT, values.data())) {
+    OIIO::ImageSpec header;
+    if (!input || !input->open(name, header)) throw std::runtime_error("the picture is cut short");
+    std::vector<float> values(header.image_pixels() * static_cast<std::size_t>(header.nchannels));
+    if (!input->read_image(0, 0, 0, header.nchannels, OIIO::TypeDesc::FLOAT, values.data())) {
         throw std::runtime_error("the picture is cut short");
     }
 }
@@ -126,7 +129,7 @@ void check_complete(const std::string& name, const PictureFormat& format) {
 std::vector<unsigned char> encoded(const Image& image, const PictureFormat& format,
                                    const PictureSettings& settings) {
     const PictureLayout layout = layout_of(settings.type, format);
-    const OIIO::ImageSpec spec = describe(image, format, layout, settings);
+    const OIIO::ImageSpec header = describe(image, format, layout, settings);
     const std::vector<std::uint8_t> values = stored_values(image, layout, settings);
     const auto output = OIIO::ImageOutput::create(std::string(format.writer));
     if (!output) throw std::runtime_error(OIIO::geterror());
@@ -134,11 +137,11 @@ std::vector<unsigned char> encoded(const Image& image, const PictureFormat& form
     if (output->supports("ioproxy")) {
         OIIO::Filesystem::IOVecOutput memory;
         output->set_ioproxy(&memory);
-        encode(*output, "picture." + std::string(format.name), spec, values);
+        encode(*output, "picture." + std::string(format.name), header, values);
         return std::move(memory.buffer());
     }
     const MemoryFile memory;
-    encode(*output, memory.name(), spec, values);
+    encode(*output, memory.name(), header, values);
     check_complete(memory.name(), format);
     return memory.bytes();
 }

@@ -15,7 +15,9 @@ struct PictureSettings {
     std::string format;  // of the scene language or a file extension; empty = the file's extension
     int quality = -1;    // of lossy formats, 0..100; -1 = the format's own choice
     std::string compression;
-    float gamma = 1;  // integer formats: values are raised to 1 / gamma before they are stored
+    // Integer formats: values are raised to gamma before they are stored, the inverse of what
+    // reading does; 0.4545 encodes for screens.
+    float gamma = 1;
     scene::Options::ColorClip colorclip = scene::Options::ColorClip::Raw;
     bool desaturate = false;
     bool premultiply = true;  // false: integer formats get colour divided by alpha

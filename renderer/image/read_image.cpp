@@ -79,24 +79,25 @@ Image read_image(const std::filesystem::path& file, float gamma) {
     config.attribute("oiio:UnassociatedAlpha", 1);
     const auto input = OIIO::ImageInput::open(file.string(), &config);
     if (!input) throw cannot_read(file, OIIO::geterror());
-    const OIIO::ImageSpec& spec = input->spec();
-    if (spec.depth > 1 || spec.nchannels < 1 || spec.deep) {
+    const OIIO::ImageSpec& header = input->spec();
+    if (header.depth > 1 || header.nchannels < 1 || header.deep) {
         throw cannot_read(file, "not a flat picture");
     }
-    if (!is_sound_size(spec.width, spec.height)) throw cannot_read(file, "its size is not sound");
+    if (!is_sound_size(header.width, header.height))
+        throw cannot_read(file, "its size is not sound");
 
     // Read up to four channels straight into the pixels, from the top row down.
-    Image image(spec.width, spec.height);
-    const int channels = std::min(spec.nchannels, 4);
+    Image image(header.width, header.height);
+    const int channels = std::min(header.nchannels, 4);
     constexpr auto kPixel = static_cast<OIIO::stride_t>(sizeof(miColor));
     if (!input->read_image(0, 0, 0, channels, OIIO::TypeDesc::FLOAT,
-                           &image.at(0, image.height() - 1), kPixel, -kPixel * spec.width)) {
+                           &image.at(0, image.height() - 1), kPixel, -kPixel * header.width)) {
         throw cannot_read(file, input->geterror());
     }
 
     const std::span<miColor> pixels(&image.at(0, 0), image.pixels().size());
     complete(pixels, channels);
-    if (gamma != 1 && !spec.format.is_floating_point()) {
+    if (gamma != 1 && !header.format.is_floating_point()) {
         for (miColor& c : pixels) raise(c, 1 / gamma);
     }
     std::ranges::for_each(pixels, make_finite);

@@ -79,7 +79,7 @@ miColor displayed(miColor c, const PictureSettings& settings) {
     clip(c, settings.colorclip);
     for (float* x : {&c.r, &c.g, &c.b}) {
         if (!settings.premultiply && c.a > 0) *x = std::min(*x / c.a, 1.0f);
-        if (settings.gamma != 1) *x = std::pow(*x, 1 / settings.gamma);
+        if (settings.gamma != 1) *x = std::pow(*x, settings.gamma);
     }
     return c;
 }

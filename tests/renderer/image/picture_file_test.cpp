@@ -25,6 +25,13 @@ using ::testing::HasSubstr;
 using ::testing::StartsWith;
 using ColorClip = scene::Options::ColorClip;
 
+void expect_color(const miColor& c, float r, float g, float b, float a, float tolerance = 1e-4f) {
+    EXPECT_NEAR(c.r, r, tolerance);
+    EXPECT_NEAR(c.g, g, tolerance);
+    EXPECT_NEAR(c.b, b, tolerance);
+    EXPECT_NEAR(c.a, a, tolerance);
+}
+
 class PictureFile : public ::testing::Test {
   protected:
     PictureFile() : folder(fs::temp_directory_path() / ("pictures." + std::to_string(getpid()))) {
@@ -114,36 +121,31 @@ TEST_F(PictureFile, FloatFormatsKeepEveryBit) {
     Image image = all_bytes();
     image.at(0, 0) = {-3.5f, 1e30f, 1e-40f, 0};
     PictureSettings encoded = type("rgba_fp");
-    encoded.gamma = 2.2f;
+    encoded.gamma = 1 / 2.2f;
     encoded.premultiply = false;
     encoded.desaturate = true;
     EXPECT_TRUE(same(round_trip(image, "a.exr", encoded), image, 0));
     EXPECT_TRUE(same(round_trip(image, "a.tif", encoded), image, 0));
 
-    const miColor half = round_trip({0.5f, -1.25f, 2048, 0}, "h.exr", type("rgba"));
-    EXPECT_EQ(half.g, -1.25f);
-    EXPECT_EQ(half.b, 2048);
-    const miColor rgbe = round_trip({0.5f, -1.25f, 4, 0}, "h.hdr", type("rgba"));
-    EXPECT_NEAR(rgbe.r, 0.5f, 0.02f);
-    EXPECT_NEAR(rgbe.g, 0, 0.02f);
-    EXPECT_NEAR(rgbe.b, 4, 0.02f);
+    expect_color(round_trip({0.5f, -1.25f, 2048, 0}, "h.exr", type("rgba")), 0.5f, -1.25f, 2048, 0);
+    expect_color(round_trip({0.5f, -1.25f, 4, 0}, "h.hdr", type("rgba")), 0.5f, 0, 4, 1, 0.02f);
 }
 
 TEST_F(PictureFile, TypeChoosesChannelsAndSample) {
-    const auto spec = [&](const std::string& name, const std::string& buffer) {
+    const auto written = [&](const std::string& name, const std::string& buffer) {
         write_picture(all_bytes(), folder / name, type(buffer));
         return OIIO::ImageInput::open((folder / name).string())->spec();
     };
-    EXPECT_EQ(spec("a.exr", "+rgba").format, OIIO::TypeDesc::HALF);
-    EXPECT_EQ(spec("a.exr", "-rgba_fp").format, OIIO::TypeDesc::FLOAT);
-    EXPECT_EQ(spec("a.exr", "n").nchannels, 3);
-    EXPECT_EQ(spec("a.exr", "z").channelnames, std::vector<std::string>{"Z"});
-    EXPECT_EQ(spec("a.exr", "z").format, OIIO::TypeDesc::FLOAT);
-    EXPECT_EQ(spec("a.png", "rgb_16").format, OIIO::TypeDesc::UINT16);
-    EXPECT_EQ(spec("a.png", "rgb").nchannels, 3);
-    EXPECT_EQ(spec("a.png", "a").nchannels, 1);
-    EXPECT_EQ(spec("a.hdr", "a").nchannels, 3);
-    EXPECT_EQ(spec("a.jpg", "").nchannels, 3);
+    EXPECT_EQ(written("a.exr", "+rgba").format, OIIO::TypeDesc::HALF);
+    EXPECT_EQ(written("a.exr", "-rgba_fp").format, OIIO::TypeDesc::FLOAT);
+    EXPECT_EQ(written("a.exr", "n").nchannels, 3);
+    EXPECT_EQ(written("a.exr", "z").channelnames, std::vector<std::string>{"Z"});
+    EXPECT_EQ(written("a.exr", "z").format, OIIO::TypeDesc::FLOAT);
+    EXPECT_EQ(written("a.png", "rgb_16").format, OIIO::TypeDesc::UINT16);
+    EXPECT_EQ(written("a.png", "rgb").nchannels, 3);
+    EXPECT_EQ(written("a.png", "a").nchannels, 1);
+    EXPECT_EQ(written("a.hdr", "a").nchannels, 3);
+    EXPECT_EQ(written("a.jpg", "").nchannels, 3);
 
     // Data is stored as it is.
     EXPECT_EQ(round_trip({1234.5f, 0, 0, 0}, "z.exr", type("z")).r, 1234.5f);
@@ -177,42 +179,31 @@ TEST_F(PictureFile, ClipsDesaturatesDividesAndEncodes) {
         change(settings);
         return round_trip(c, "a.png", settings);
     };
-    const auto expect = [](const miColor& c, float r, float g, float b, float a) {
-        EXPECT_NEAR(c.r, r, 1e-4f);
-        EXPECT_NEAR(c.g, g, 1e-4f);
-        EXPECT_NEAR(c.b, b, 1e-4f);
-        EXPECT_NEAR(c.a, a, 1e-4f);
-    };
     const miColor bright = {1.5f, 0.25f, -1, 0.5f};
-    expect(stored(bright, [](auto&) {}), 1, 0.25f, 0, 0.5f);
-    expect(stored(bright, [](auto& s) { s.colorclip = ColorClip::Rgb; }), 1, 0.25f, 0, 1);
-    expect(stored(bright, [](auto& s) { s.colorclip = ColorClip::Alpha; }), 0.5f, 0.25f, 0, 0.5f);
-    expect(stored(bright, [](auto& s) { s.premultiply = false; }), 1, 0.5f, 0, 0.5f);
-    expect(stored({0.3f, 0.2f, 0.1f, 0}, [](auto& s) { s.premultiply = false; }), 0.3f, 0.2f, 0.1f,
-           0);
-    expect(stored({0.25f, 1, 0, 0.25f}, [](auto& s) { s.gamma = 2; }), 0.5f, 1, 0, 0.25f);
+    expect_color(stored(bright, [](auto&) {}), 1, 0.25f, 0, 0.5f);
+    expect_color(stored(bright, [](auto& s) { s.colorclip = ColorClip::Rgb; }), 1, 0.25f, 0, 1);
+    expect_color(stored(bright, [](auto& s) { s.colorclip = ColorClip::Alpha; }), 0.5f, 0.25f, 0,
+                 0.5f);
+    expect_color(stored(bright, [](auto& s) { s.premultiply = false; }), 1, 0.5f, 0, 0.5f);
+    expect_color(stored({0.3f, 0.2f, 0.1f, 0}, [](auto& s) { s.premultiply = false; }), 0.3f, 0.2f,
+                 0.1f, 0);
+    expect_color(stored({0.25f, 1, 0, 0.25f}, [](auto& s) { s.gamma = 0.5f; }), 0.5f, 1, 0, 0.25f);
 
     // Desaturation keeps the luminance of what is in reach, and the hue.
     const miColor pulled = stored({2, 0.2f, 0.2f, 1}, [](auto& s) { s.desaturate = true; });
     EXPECT_NEAR(pulled.r, 1, 1e-4f);
     EXPECT_NEAR(0.2126f * pulled.r + 0.7874f * pulled.g, 0.2126f * 2 + 0.7874f * 0.2f, 1e-3f);
     EXPECT_EQ(pulled.g, pulled.b);
-    expect(stored({9, 9, 9, 1}, [](auto& s) { s.desaturate = true; }), 1, 1, 1, 1);
-    expect(stored({-1, -2, -1, 1}, [](auto& s) { s.desaturate = true; }), 0, 0, 0, 1);
+    expect_color(stored({9, 9, 9, 1}, [](auto& s) { s.desaturate = true; }), 1, 1, 1, 1);
+    expect_color(stored({-1, -2, -1, 1}, [](auto& s) { s.desaturate = true; }), 0, 0, 0, 1);
 }
 
 TEST_F(PictureFile, NothingThatIsNotANumberIsStored) {
     constexpr float kInfinity = std::numeric_limits<float>::infinity();
     const miColor wild = {NAN, kInfinity, -kInfinity, 1};
-    const miColor half = round_trip(wild, "a.exr", type("rgba"));
-    EXPECT_EQ(half.r, 0);
-    EXPECT_EQ(half.g, 65504);
-    EXPECT_EQ(half.b, -65504);
+    expect_color(round_trip(wild, "a.exr", type("rgba")), 0, 65504, -65504, 1);
+    expect_color(round_trip(wild, "a.png", type("rgba")), 0, 1, 0, 1);
     EXPECT_GT(round_trip(wild, "a.exr", type("rgba_fp")).g, 1e37f);
-    const miColor bytes = round_trip(wild, "a.png", type("rgba"));
-    EXPECT_EQ(bytes.r, 0);
-    EXPECT_EQ(bytes.g, 1);
-    EXPECT_EQ(bytes.b, 0);
 }
 
 // A grey between two steps becomes both, in the right share.
@@ -235,6 +226,7 @@ TEST_F(PictureFile, MetadataAndRowOrderReachTheFile) {
     EXPECT_EQ(input->spec().get_string_attribute("scene"), "room.mi");
     EXPECT_EQ(input->spec().get_string_attribute("Software"), "orvane");
     EXPECT_EQ(input->spec().get_string_attribute("compression"), "zip");
+    EXPECT_EQ(input->spec().get_string_attribute("DateTime"), "");
     float top[4] = {};
     input->read_scanline(0, 0, OIIO::TypeDesc::FLOAT, top);
     EXPECT_EQ(top[0], 1);
@@ -296,10 +288,7 @@ TEST_F(PictureFile, ReadingSpreadsGreyAndAppliesGammaToIntegersOnly) {
     Image image(1, 1);
     image.at(0, 0) = {0.25f, 0.5f, 1, 0.25f};
     write_picture(image, folder / "a.png", type("a_16"));
-    const miColor grey = read_image(folder / "a.png", 2).at(0, 0);
-    EXPECT_NEAR(grey.r, 0.5f, 1e-4f);
-    EXPECT_EQ(grey.r, grey.b);
-    EXPECT_EQ(grey.a, 1);
+    expect_color(read_image(folder / "a.png", 2).at(0, 0), 0.5f, 0.5f, 0.5f, 1);
     write_picture(image, folder / "a.exr", type("rgba"));
     EXPECT_EQ(read_image(folder / "a.exr", 2).at(0, 0).r, 0.25f);
 }
@@ -307,9 +296,9 @@ TEST_F(PictureFile, ReadingSpreadsGreyAndAppliesGammaToIntegersOnly) {
 TEST_F(PictureFile, UnreadableFilesAreNamedInOneLine) {
     std::ofstream(folder / "text.png") << "not a picture\n";
     std::ofstream(folder / "empty.exr");
-    write_picture(all_bytes(), folder / "cut.png", type("rgba"));
-    fs::resize_file(folder / "cut.png", 100);
-    for (const char* name : {"missing.png", "text.png", "empty.exr", "cut.png", ""}) {
+    write_picture(all_bytes(), folder / "cut.tga", type("rgba"));
+    fs::resize_file(folder / "cut.tga", 100);
+    for (const char* name : {"missing.png", "text.png", "empty.exr", "cut.tga", ""}) {
         const fs::path file = folder / name;
         std::string message;
         EXPECT_EQ(status_of([&] { read_image(file, 1); }, &message), Exit::Input) << name;

@@ -43,11 +43,6 @@ TEST(Sampling, EveryAlignedBlockFillsAllElementaryIntervals) {
                     << key << ' ' << bits << ' ' << block;
             }
         }
-    }
-}
-
-TEST(Sampling, OneDimensionIsStratifiedToo) {
-    for (const std::uint64_t key : {3ull, 4ull}) {
         std::set<int> strata;
         for (std::uint32_t i = 64; i < 128; ++i) {
             strata.insert(static_cast<int>(sample_1d(key, i) * 64));
