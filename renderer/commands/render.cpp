@@ -103,6 +103,26 @@ void Session::link(const scene::Scene& scene) {
     }
 }
 
+miFrameBuffer buffer_of(const std::string& type) {
+    const std::size_t at = type.find_first_not_of("+-");
+    const std::string name = at == std::string::npos ? "" : type.substr(at);
+    if (name == "z") return miFB_DEPTH;
+    if (name == "n") return miFB_NORMAL;
+    if (name == "m") return miFB_MOTION;
+    if (name == "tag") return miFB_LABEL;
+    return miFB_COLOR;
+}
+
+// Files take the buffer that they name; an output shader may look at any of them.
+std::array<bool, miFB_COUNT> wanted_buffers(const world::World& world) {
+    std::array<bool, miFB_COUNT> wanted{};
+    for (const scene::Output& output : world.scene_camera().outputs) {
+        wanted[buffer_of(output.type)] = true;
+        if (!output.shader.empty()) wanted.fill(true);
+    }
+    return wanted;
+}
+
 film::Settings film_settings(const world::World& world, const RenderArguments& arguments) {
     const miCamera& camera = world.camera();
     const miOptions& options = world.options();
@@ -121,6 +141,7 @@ film::Settings film_settings(const world::World& world, const RenderArguments& a
     settings.jitter = source.jitter;
     settings.motion = options.shutter > 0;
     settings.tile_size = arguments.tile_size > 0 ? arguments.tile_size : source.task_size;
+    settings.wanted = wanted_buffers(world);
     settings.threads = arguments.threads > 0 ? arguments.threads : processors();
     return settings;
 }
@@ -197,16 +218,6 @@ std::string Session::picture_name(const world::World& world) const {
     return (path.parent_path() /
             (path.stem().string() + "." + std::to_string(frames_) + path.extension().string()))
         .string();
-}
-
-miFrameBuffer buffer_of(const std::string& type) {
-    const std::size_t at = type.find_first_not_of("+-");
-    const std::string name = at == std::string::npos ? "" : type.substr(at);
-    if (name == "z") return miFB_DEPTH;
-    if (name == "n") return miFB_NORMAL;
-    if (name == "m") return miFB_MOTION;
-    if (name == "tag") return miFB_LABEL;
-    return miFB_COLOR;
 }
 
 void Session::write(const world::World& world, const film::FrameBuffers& buffers,

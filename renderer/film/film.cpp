@@ -61,9 +61,11 @@ float in_frame(int pixel, float offset) {
     return std::min(first + offset, std::nextafter(first + 1, first));
 }
 
-FrameBuffers make_buffers(int width, int height) {
+FrameBuffers make_buffers(const Settings& settings) {
     FrameBuffers buffers;
-    for (auto& buffer : buffers) buffer = std::make_unique<image::Image>(width, height);
+    for (std::size_t i = 0; i < buffers.size(); ++i)
+        if (i == miFB_COLOR || settings.wanted[i])
+            buffers[i] = std::make_unique<image::Image>(settings.width, settings.height);
     return buffers;
 }
 
@@ -120,7 +122,7 @@ class Film {
           samples_(window_of(settings), base_level_, !is_plain_mean(kernel_)),
           tiles_(cut_into_tiles(samples_.window(), settings.tile_size, settings.threads)),
           reporter_(report, 1 + settings.samples_max - settings.samples_min),
-          buffers_(make_buffers(settings.width, settings.height)) {}
+          buffers_(make_buffers(settings)) {}
 
     FrameBuffers render() {
         if (settings_.samples_min < 0) {
@@ -151,7 +153,7 @@ class Film {
 
         lattice.fill(samples_, [&](int x, int y, int from_x, int from_y) {
             for (std::size_t i = miFB_DEPTH; i < buffers_.size(); ++i)
-                buffers_[i]->at(x, y) = buffers_[i]->at(from_x, from_y);
+                if (buffers_[i]) buffers_[i]->at(x, y) = buffers_[i]->at(from_x, from_y);
         });
     }
 
@@ -252,10 +254,13 @@ class Film {
 
     void write_buffers(int x, int y, const EyeSample& seen) {
         const miVector normal = finite(seen.normal), motion = finite(seen.motion);
-        buffers_[miFB_DEPTH]->at(x, y) = {finite(seen.depth), 0, 0, 0};
-        buffers_[miFB_NORMAL]->at(x, y) = {normal.x, normal.y, normal.z, 0};
-        buffers_[miFB_MOTION]->at(x, y) = {motion.x, motion.y, motion.z, 0};
-        buffers_[miFB_LABEL]->at(x, y) = {static_cast<float>(seen.label), 0, 0, 0};
+        const auto write = [&](miFrameBuffer buffer, const miColor& value) {
+            if (buffers_[buffer]) buffers_[buffer]->at(x, y) = value;
+        };
+        write(miFB_DEPTH, {finite(seen.depth), 0, 0, 0});
+        write(miFB_NORMAL, {normal.x, normal.y, normal.z, 0});
+        write(miFB_MOTION, {motion.x, motion.y, motion.z, 0});
+        write(miFB_LABEL, {static_cast<float>(seen.label), 0, 0, 0});
     }
 
     void filter() {
@@ -288,7 +293,7 @@ class Film {
 
 FrameBuffers render_film(const Settings& settings, const SampleFunction& sample,
                          const ReportFunction& report, const StopFunction& stop) {
-    if (window_of(settings).empty()) return make_buffers(settings.width, settings.height);
+    if (window_of(settings).empty()) return make_buffers(settings);
     const Settings checked = usable(settings);
     return Film(checked, sample, report, stop).render();
 }

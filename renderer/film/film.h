@@ -41,11 +41,12 @@ struct Settings {
     float jitter = 0;
     bool motion = false;  // samples are spread over the shutter interval, else all at time 0
     int tile_size = 0;    // 0 = chosen here
+    std::array<bool, miFB_COUNT> wanted{};  // the buffers to make beside color
     int threads = 1;
 };
 
 // The frame buffers of a frame, indexed by miFrameBuffer. Only color is filtered; the others
-// hold the first sample of each pixel.
+// hold the first sample of each pixel, and are null when they are not wanted.
 using FrameBuffers = std::array<std::unique_ptr<image::Image>, miFB_COUNT>;
 
 // Work done so far and in all, in tiles of the current pass and over all passes so far known.

@@ -52,6 +52,8 @@ void eye_ray(const world::World& world, float x, float y, miVector* org, miVecto
 
 Frame::Frame(world::World& world)
     : world(world), render(world), structure(world, world.options().shutter > 0) {
+    at_camera_ = world::initial_state(render);
+    at_camera_.host = this;
     initialise();
 }
 
@@ -61,12 +63,6 @@ Frame::~Frame() {
     } catch (const std::exception& fault) {
         message(Level::Error, fault.what());
     }
-}
-
-miState Frame::state(int thread) {
-    miState state = world::initial_state(render, thread);
-    state.host = this;
-    return state;
 }
 
 void Frame::init_state(miState* state, const world::Function& function) {

@@ -40,7 +40,12 @@ class Frame {
     // a line for each place that left memory allocated.
     std::vector<std::string> close();
 
-    miState state(int thread);
+    // A state at the camera, before any ray.
+    miState state(int thread) const {
+        miState state = at_camera_;
+        state.thread = static_cast<std::int16_t>(thread);
+        return state;
+    }
 
     world::World& world;
     world::Render render;
@@ -50,6 +55,7 @@ class Frame {
     void initialise();
     void init_state(miState* state, const world::Function& function);
 
+    miState at_camera_{};
     std::vector<world::Function*> initialised_;
     std::vector<world::ShaderClass*> classes_;
     bool closed_ = false;

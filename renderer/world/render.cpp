@@ -119,14 +119,13 @@ void* evaluate_parameter(miState* state, void* parameter) {
     return parameter;
 }
 
-miState initial_state(Render& render, int thread) {
+miState initial_state(Render& render) {
     const World& world = render.world;
     miState state{};
     state.camera = &world.camera();
     state.options = &world.options();
     state.global_lock = render.global_lock();
     state.host = &render;
-    state.thread = static_cast<std::int16_t>(thread);
     state.lens = world.camera().lens;
     state.ior = state.ior_in = 1;
     state.volume = state.refraction_volume = world.camera().volume;

@@ -131,6 +131,6 @@ void* evaluate_parameter(miState* state, void* parameter);
 const ListEntry* list_of(miTag tag);
 
 // A state at the camera, before any ray: thread 0, looking along the viewing axis.
-miState initial_state(Render& render, int thread);
+miState initial_state(Render& render);
 
 }  // namespace orvane::world

@@ -22,6 +22,7 @@ constexpr Filter kFilters[] = {Filter::Box, Filter::Triangle, Filter::Gauss, Fil
 
 Settings frame(int width, int height, int samples_min, int samples_max) {
     Settings settings;
+    settings.wanted.fill(true);
     settings.width = width;
     settings.height = height;
     settings.window = {0, 0, width - 1, height - 1};

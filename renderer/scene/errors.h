@@ -1,0 +1,45 @@
+// Errors that a user caused and can mend, and the exit status that each kind ends with.
+#pragma once
+
+#include <stdexcept>
+#include <string>
+
+#include "scene/records.h"
+
+namespace orvane {
+
+enum class Exit {
+    Ok = 0,
+    Internal = 1,
+    Usage = 2,
+    Scene = 3,
+    Shader = 4,
+    Input = 5,
+    Output = 6,
+    Fatal = 7,
+    Memory = 33,
+};
+
+// what() is one line, "file:line:column: error: ..." when the place is known; details holds
+// further lines (the source line with a caret, what would be right), or is empty.
+class Error : public std::runtime_error {
+  public:
+    Error(Exit status, const std::string& line, std::string details = {})
+        : std::runtime_error(line), status(status), details(std::move(details)) {}
+
+    Exit status;
+    std::string details;
+};
+
+// "file:line:column", or "" for a place that is not in a text.
+std::string to_string(const scene::Place& place);
+
+// An error at a place in a scene text: reads the source line again to show it with a caret;
+// hint, when not empty, is shown below ("did you mean \"...\"?").
+[[nodiscard]] Error error_at(const scene::Place& place, Exit status, const std::string& what,
+                             const std::string& hint = {});
+
+// The candidate that name is probably a misspelling of, or "" when none is near.
+std::string nearest_name(const std::string& name, const std::vector<std::string>& candidates);
+
+}  // namespace orvane

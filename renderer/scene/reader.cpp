@@ -1,0 +1,81 @@
+// Names of elements, and warnings.
+#include "scene/reader.h"
+
+#include "scene/messages.h"
+
+namespace orvane::scene {
+
+namespace {
+
+// Calls what with each table of elements.
+template <typename SceneType, typename What>
+void for_each_table(SceneType& scene, What what) {
+    what(scene.options);
+    what(scene.cameras);
+    what(scene.lights);
+    what(scene.textures);
+    what(scene.materials);
+    what(scene.shaders);
+    what(scene.objects);
+    what(scene.instances);
+    what(scene.groups);
+}
+
+}  // namespace
+
+Heading Reader::heading() {
+    const Token keyword = take();
+    const Token token = peek();
+    std::string written = name("a name for the " + std::string(keyword.text));
+    return {std::string(keyword.text), qualify(written), keyword, token.place()};
+}
+
+void Reader::close(const Heading& heading) {
+    const std::string end = "\"end " + heading.keyword + "\"";
+    if (peek().kind == Token::Kind::End) fail(heading.token, end + " is missing");
+    const Token token = peek();
+    expect("end", "to close the " + heading.keyword);
+    if (accept(heading.keyword)) return;
+    fail(token, "expected " + end + ", found \"end " + std::string(peek().text) + "\"",
+         "the " + heading.keyword + " began at " + to_string(heading.token.place()));
+}
+
+bool Reader::defined(const std::string& name) const {
+    bool found = false;
+    for_each_table(scene, [&](const auto& table) { found = found || table.contains(name); });
+    return found;
+}
+
+void Reader::forget(const std::string& name) {
+    for_each_table(scene, [&](auto& table) { table.erase(name); });
+}
+
+void Reader::fail_unchanged(const Heading& heading, std::vector<std::string> names) const {
+    const std::string nearest = nearest_name(heading.name, names);
+    throw error_at(heading.place, Exit::Scene,
+                   "there is no " + heading.keyword + " \"" + heading.name + "\" to change",
+                   nearest.empty() ? "" : "did you mean \"" + nearest + "\"?");
+}
+
+std::string Reader::qualify(const std::string& name) const {
+    if (name_prefix.empty()) return name;
+    return name.starts_with("::") ? name.substr(2) : name_prefix.back() + name;
+}
+
+std::string Reader::resolve(const std::string& name) const {
+    if (!name_prefix.empty() && name.starts_with("::")) return name.substr(2);
+    for (auto prefix = name_prefix.rbegin(); prefix != name_prefix.rend(); ++prefix) {
+        if (defined(*prefix + name)) return *prefix + name;
+    }
+    return name;
+}
+
+void Reader::warn(const Place& place, const std::string& what) const {
+    message(Level::Warning, to_string(place) + ": warning: " + what);
+}
+
+void Reader::warn_once(const std::string& key, const Place& place, const std::string& what) {
+    if (warned_.insert(key).second) warn(place, what);
+}
+
+}  // namespace orvane::scene
