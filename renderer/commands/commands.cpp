@@ -21,34 +21,41 @@ void add_render(CLI::App& app, RenderArguments& arguments, int& status) {
     render->add_option("-o,--output", arguments.output,
                        "picture to write instead of those of the scene; its extension tells the "
                        "format, #### stands for the frame's number");
-    render->add_option("-j,--threads", arguments.threads,
-                       "render threads (default: the processors that may be used)")
+    render
+        ->add_option("-j,--threads", arguments.threads,
+                     "render threads (default: the processors that may be used)")
         ->check(CLI::Range(1, world::kMaxThreads));
     render->add_option("--resolution", arguments.resolution, "size of the picture in pixels")
         ->type_name("X Y")
         ->check(CLI::Range(1, 65536));
-    render->add_option("--samples", arguments.samples,
-                       "least and most samples a pixel, as powers of four")
+    render
+        ->add_option("--samples", arguments.samples,
+                     "least and most samples a pixel, as powers of four")
         ->type_name("MIN MAX")
         ->check(CLI::Range(-4, 6));
-    render->add_option("--window", arguments.window,
-                       "pixels to render, inclusive, from the lower left")
+    render
+        ->add_option("--window", arguments.window,
+                     "pixels to render, inclusive, from the lower left")
         ->type_name("XL YL XH YH")
         ->check(CLI::NonNegativeNumber);
-    render->add_option("-v,--verbosity", arguments.verbosity,
-                       "messages: 0 none, 1 fatal, 2 errors, 3 warnings, 4 info, 5 progress, "
-                       "6 and 7 details")
+    render
+        ->add_option("-v,--verbosity", arguments.verbosity,
+                     "messages: 0 none, 1 fatal, 2 errors, 3 warnings, 4 info, 5 progress, "
+                     "6 and 7 details")
         ->check(CLI::Range(0, 7));
-    render->add_option("-I,--include-path", arguments.include_path,
-                       "folder to look for included files in (may be repeated)")
+    render
+        ->add_option("-I,--include-path", arguments.include_path,
+                     "folder to look for included files in (may be repeated)")
         ->type_name("DIR")
         ->expected(1);
-    render->add_option("--link-path", arguments.link_path,
-                       "folder to look for shader libraries in (may be repeated)")
+    render
+        ->add_option("--link-path", arguments.link_path,
+                     "folder to look for shader libraries in (may be repeated)")
         ->type_name("DIR")
         ->expected(1);
-    render->add_option("--tile-size", arguments.tile_size,
-                       "edge of the tiles that threads take, in pixels; no effect on the picture")
+    render
+        ->add_option("--tile-size", arguments.tile_size,
+                     "edge of the tiles that threads take, in pixels; no effect on the picture")
         ->check(CLI::Range(1, 4096));
     render->callback([&arguments, &status] { status = commands::render(arguments); });
 }
@@ -72,10 +79,13 @@ int run(int argc, char** argv) {
         app.parse(argc, argv);
         return status;
     } catch (const CLI::ParseError& fault) {
-        const int answer = app.exit(fault);
-        return answer == 0 ? 0 : static_cast<int>(Exit::Usage);
+        if (fault.get_exit_code() == 0) return app.exit(fault);  // --help, --version
+        return tell(Level::Error, Exit::Usage, fault.what(), "\"orvane --help\" tells more");
     } catch (const Error& fault) {
-        return tell(Level::Error, fault.status, fault.what(), fault.details);
+        // Faults that have no place in a scene begin with their severity.
+        const std::string line = fault.what();
+        return tell(Level::Error, fault.status, line.substr(line.starts_with("error: ") ? 7 : 0),
+                    fault.details);
     } catch (const world::Fatal& fault) {
         return tell(Level::Fatal, Exit::Fatal, fault.what());
     } catch (const std::bad_alloc&) {

@@ -39,7 +39,7 @@ void ProgressLine::report(const film::Progress& progress) {
                              clock(elapsed / progress.fraction - elapsed) + " remaining";
     if (isatty(STDERR_FILENO)) {
         status_line(line);
-    } else if (percent / 10 > told_) {
+    } else if (percent / 10 > told_ && percent < 100) {
         told_ = percent / 10;
         std::cerr << "orvane: progress: " + line + "\n";
     }

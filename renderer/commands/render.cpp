@@ -6,12 +6,14 @@
 #include <atomic>
 #include <csignal>
 #include <set>
+#include <stdexcept>
 #include <string>
 
 #include "commands/commands.h"
 #include "commands/progress.h"
 #include "film/film.h"
 #include "image/picture_file.h"
+#include "image/picture_format.h"
 #include "scene/messages.h"
 #include "scene/parser.h"
 #include "trace/frame.h"
@@ -71,12 +73,13 @@ class Session {
   private:
     static std::vector<fs::path> link_path(const RenderArguments& arguments) {
         std::vector<fs::path> path = arguments.link_path;
-        path.push_back(fs::path(arguments.scene).parent_path());
+        path.push_back(fs::path(arguments.scene).parent_path() / ".");
         path.push_back(program_folder());
         return path;
     }
 
     void link(const scene::Scene& scene);
+    void check_outputs(const world::World& world) const;
     film::FrameBuffers shade(trace::Frame& frame, ProgressLine& progress) const;
     void put_out(trace::Frame& frame, const film::FrameBuffers& buffers,
                  const scene::RenderCommand& command);
@@ -99,13 +102,14 @@ void Session::link(const scene::Scene& scene) {
         std::string why;
         if (!libraries_.link(name, why))
             message(Level::Warning,
-                    to_string(place) + ": library \"" + name + "\" is not loaded: " + why);
+                    to_string(place) + ": warning: library \"" + name + "\" is not loaded: " + why);
     }
 }
 
 miFrameBuffer buffer_of(const std::string& type) {
     const std::size_t at = type.find_first_not_of("+-");
-    const std::string name = at == std::string::npos ? "" : type.substr(at);
+    std::string name = at == std::string::npos ? "" : type.substr(at);
+    name.resize(std::min(name.find('_'), name.size()));
     if (name == "z") return miFB_DEPTH;
     if (name == "n") return miFB_NORMAL;
     if (name == "m") return miFB_MOTION;
@@ -146,10 +150,34 @@ film::Settings film_settings(const world::World& world, const RenderArguments& a
     return settings;
 }
 
+// What cannot be written is told before the picture is rendered.
+void check_output(const scene::Output& output) {
+    std::string name = output.format;
+    const std::string extension = fs::path(output.file).extension().string();
+    if (name.empty() && !extension.empty()) name = extension.substr(1);
+    const image::PictureFormat* format = image::find_format(name);
+    if (!format)
+        throw error_at(output.place, Exit::Output,
+                       "cannot write picture \"" + output.file + "\": unknown picture format \"" +
+                           name + "\"");
+    try {
+        image::layout_of(output.type, *format);
+    } catch (const std::invalid_argument& fault) {
+        throw error_at(output.place, Exit::Output, fault.what());
+    }
+}
+
+void Session::check_outputs(const world::World& world) const {
+    scene::Output own;
+    own.file = arguments_.output;
+    if (!own.file.empty()) return check_output(own);
+    for (const scene::Output& output : world.scene_camera().outputs)
+        if (!output.file.empty()) check_output(output);
+}
+
 film::FrameBuffers Session::shade(trace::Frame& frame, ProgressLine& progress) const {
     const auto sample = [&frame](const film::SamplePlace& place) {
-        const trace::Seen seen =
-            frame.see(place.x, place.y, place.time, place.key, place.thread);
+        const trace::Seen seen = frame.see(place.x, place.y, place.time, place.key, place.thread);
         return film::EyeSample{seen.color, seen.depth, seen.normal, seen.motion, seen.label};
     };
     const auto stop = [&frame] { return world::render_aborted() || frame.render.ending(); };
@@ -165,6 +193,7 @@ void Session::render(const scene::Scene& scene, const scene::RenderCommand& comm
     ProgressLine progress;
     world::World world(scene, command, libraries_, pictures_, base_,
                        {arguments_.resolution, arguments_.samples, arguments_.window});
+    check_outputs(world);
     trace::Frame frame(world);
     const film::FrameBuffers buffers = shade(frame, progress);
     progress.finish("frame " + std::to_string(frames_));
@@ -248,6 +277,9 @@ int render(const RenderArguments& arguments) {
     if (arguments.verbosity) set_verbosity(*arguments.verbosity);
     if (arguments.samples && (*arguments.samples)[0] > (*arguments.samples)[1])
         throw Error(Exit::Usage, "--samples: the least number is above the most");
+    if (const auto& window = arguments.window;
+        window && ((*window)[0] > (*window)[2] || (*window)[1] > (*window)[3]))
+        throw Error(Exit::Usage, "--window: its low edge is the higher one");
     const SignalHandlers handlers;
     Session session(arguments);
     scene::ParserSettings settings;

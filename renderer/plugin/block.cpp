@@ -182,6 +182,10 @@ class Writer {
             const bool given = argument != arguments.rend();
             const Field field{member.type, offset + offsets[i], prefix + member.name,
                               given ? argument->place : member.place};
+            // The default stays below a connection: who reads the block unasked finds that.
+            if (given && is_one(argument->values, Value::Kind::Connected) &&
+                !member.defaults.empty())
+                write(field, member.defaults);
             if (given)
                 write(field, argument->values);
             else if (!member.defaults.empty())

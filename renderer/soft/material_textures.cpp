@@ -8,6 +8,7 @@
 //
 // so that skewed and mirrored coordinates come out right.
 
+#include <algorithm>
 #include <cmath>
 
 #include "frame/host.h"
@@ -81,7 +82,7 @@ static void apply_bump_map(miState* state, const soft_material_params* block,
     const miVector bent = normalized(n - rise * (strength / dot(n, cross(du, dv))));
     if (!(dot(bent, bent) > 0)) return;  // degenerate coordinates: not a number
     state->normal = kept_towards_ray(bent, state->dir);
-    state->dot_nd = dot(state->normal, state->dir);
+    state->dot_nd = std::clamp(dot(state->normal, state->dir), -1.0f, 1.0f);
 }
 
 }  // namespace orvane::soft

@@ -70,7 +70,7 @@ void set_normals(miState* state, const Shape& shape, const Hit& hit,
         if (!is_zero(smooth) && std::isfinite(smooth.x))
             state->normal = dot(smooth, flat) < 0 ? -smooth : smooth;
     }
-    state->dot_nd = dot(state->normal, state->dir);
+    state->dot_nd = std::clamp(dot(state->normal, state->dir), -1.0f, 1.0f);
 }
 
 }  // namespace

@@ -13,6 +13,9 @@ namespace {
 
 using Area = scene::Light::Area;
 
+// Keeps the keys of lights apart from those of the rays that leave the same state.
+constexpr std::uint64_t kLights = std::uint64_t{1} << 32;
+
 struct Sampled {
     const world::Light* light = nullptr;
     const world::Instance* instance = nullptr;
@@ -76,7 +79,7 @@ miVector position(const Sampled& sampled, const miState* state, int number) {
     miVector at = sampled.light->origin;
     if (sampled.light->source->area != Area::None) {
         const auto [s, t] =
-            numeric::sample_2d(numeric::mix(state->sample_key, sampled.instance->tag),
+            numeric::sample_2d(numeric::mix(state->sample_key, kLights + sampled.instance->tag),
                                static_cast<std::uint32_t>(number));
         at = at + on_area(*sampled.light->source, static_cast<float>(s), static_cast<float>(t));
     }
@@ -113,7 +116,7 @@ miBoolean take(const Sampled& sampled, int number, miState* state, miColor* colo
     light.light_instance = sampled.instance->tag;
     if (!aim(sampled, &light, number)) return miFALSE;
     *dir = -light.dir;
-    *dot_nl = dot(*dir, state->normal);
+    *dot_nl = std::min(dot(*dir, state->normal), 1.0f);
     if (*dot_nl < 0) return miFALSE;
     *color = {};
     return world::call(sampled.light->shader, color, &light);
@@ -186,12 +189,13 @@ miBoolean mi_trace_light(miColor* color, miVector* dir, miScalar* dot_nl, miStat
 
 miScalar mi_phong_specular(miScalar exponent, miState* state, miVector* dir) {
     const miVector &d = state->dir, &n = state->normal;
-    const miScalar cosine = dot(d - n * (2 * dot(d, n)), *dir);
+    const miScalar cosine = std::min(dot(d - n * (2 * dot(d, n)), normalized(*dir)), 1.0f);
     return cosine > 0 ? std::pow(cosine, exponent) : 0;
 }
 
 miScalar mi_blong_specular(miScalar exponent, miState* state, miVector* dir) {
-    const miScalar cosine = dot(normalized(*dir - state->dir), state->normal);
+    const miVector half_way = normalized(normalized(*dir) - state->dir);
+    const miScalar cosine = std::min(dot(half_way, state->normal), 1.0f);
     return cosine > 0 ? std::pow(cosine, exponent) : 0;
 }
 }

@@ -37,8 +37,10 @@ void out_of_memory(void*, RTCError code, const char* text) {
 // Whether a face that is hit from this side is there for eye and secondary rays.
 bool culled(const Shape& shape, const RTCRayHit& found) {
     if (shape.face == miFACE_BOTH) return false;
-    float facing = found.hit.Ng_x * found.ray.dir_x + found.hit.Ng_y * found.ray.dir_y +
-                   found.hit.Ng_z * found.ray.dir_z;
+    // The normal of an instanced triangle is in object space.
+    Imath::V3f dir(found.ray.dir_x, found.ray.dir_y, found.ray.dir_z);
+    if (!shape.baked) shape.instance->world_to_local.multDirMatrix(dir, dir);
+    float facing = dir.dot(Imath::V3f(found.hit.Ng_x, found.hit.Ng_y, found.hit.Ng_z));
     if (shape.mirrored) facing = -facing;
     return shape.face == miFACE_FRONT ? facing > 0 : facing < 0;
 }

@@ -20,6 +20,8 @@ miBoolean block(miColor* result) {
     return miFALSE;
 }
 
+// What a shadow shader leaves of the colour tells alone whether it blocks: some of the materials
+// answer miFALSE where they cast no shadow.
 bool is_black(const miColor& c) { return c.r < 1e-6f && c.g < 1e-6f && c.b < 1e-6f; }
 
 // From the light, in order: every shadow shader sees the same ray at its own distance.
@@ -36,8 +38,8 @@ miBoolean walk(miColor* result, miState* light) {
         miState child = spawn(light, miRAY_SHADOW, light->org, light->dir);
         const world::Material* material = fill_hit(&child, hit);
         if (!material || material->blocks()) return block(result);
-        if (!world::call(material->shadow_list, result, &child) || is_black(*result))
-            return block(result);
+        world::call(material->shadow_list, result, &child);
+        if (is_black(*result)) return block(result);
         segment.near = std::nextafter(hit.t, std::numeric_limits<float>::infinity());
     }
     return block(result);
@@ -57,7 +59,8 @@ miBoolean at_surface(miColor* result, miState* child, const world::Material* mat
                      Link& link) {
     if (!material || material->blocks()) return block(result);
     child->shadow_link = &link;
-    if (!world::call(material->shadow_list, result, child)) return block(result);
+    world::call(material->shadow_list, result, child);
+    if (is_black(*result)) return block(result);
     // A shader that knows nothing of segments has only said what its surface lets through.
     if (!link.passed_on)
         return segment_towards_light(result, child, child->refraction_volume, link);

@@ -24,6 +24,8 @@ miState spawn(miState* state, miRayType type, const miVector& org, const miVecto
     child.sample_key = numeric::mix(state->sample_key, state->ray_number++);
     child.sample_dimension = 0;
     child.ray_number = 0;
+    child.in_medium = miFALSE;
+    ++child.depth;
     return child;
 }
 
@@ -54,16 +56,24 @@ miBoolean cast(miColor* result, miState* child, Rays rays, float near, float far
         answered = world::call(world::list_of(child->environment), result, child);
     }
     if (medium != 0) {
-        child->volume = medium;
-        world::call(world::list_of(medium), result, child);
+        // The medium's shader may use its state for rays of its own.
+        miState through = *child;
+        through.volume = medium;
+        through.in_medium = miTRUE;
+        world::call(world::list_of(medium), result, &through);
         answered = miTRUE;
     }
     return answered;
 }
 
+// Shaders may lower the levels of their state, so the number of rays has a limit of its own.
+constexpr int kDeepest = 300;
+
 bool deeper(const miState* state, int level, int most) {
-    return state->options->trace && level < most &&
-           state->reflection_level + state->refraction_level < state->options->trace_depth;
+    const bool sum_allows =
+        state->in_medium ||
+        state->reflection_level + state->refraction_level < state->options->trace_depth;
+    return state->options->trace && level < most && sum_allows && state->depth < kDeepest;
 }
 
 bool is_direction(const miVector& dir) {
@@ -96,11 +106,14 @@ miBoolean through_lens(miColor* result, miState* child) {
 }
 
 miBoolean from_camera(miColor* result, miState* child) {
-    // The clipping planes stand across the viewing axis.
+    // The clipping planes stand across the viewing axis; a lens may look past them.
     const miCamera& camera = *child->camera;
     miVector axis = child->dir;
     mi_vector_to_camera(child, &axis, &axis);
-    const float slant = std::max(-normalized(axis).z, 1e-6f);
+    const float slant = -normalized(axis).z;
+    if (slant < 1e-3f)
+        return cast(result, child, Rays::Eye, camera.clip_near,
+                    std::numeric_limits<float>::infinity());
     return cast(result, child, Rays::Eye, camera.clip_near / slant, camera.clip_far / slant);
 }
 
@@ -131,7 +144,8 @@ miBoolean mi_trace_eye(miColor* result, miState* state, miVector* org, miVector*
     child.point = child.org;
     const miBoolean answer =
         child.lens != 0 ? through_lens(result, &child) : from_camera(result, &child);
-    copy_hit(state, child);
+    // Of a lens that traces several rays the first one counts.
+    if (state->ray_number == 1) copy_hit(state, child);
     return answer;
 }
 

@@ -20,6 +20,7 @@ struct Leaf {
     scene::Place materials_place;
     std::optional<bool> visible, trace, shadow;  // from instances; nothing = the object's own
     std::optional<std::uint32_t> tag;
+    bool overridden = false;  // by an instance above: what is set stays
 };
 
 // Walks the instance tree of a group. Throws Error (Exit::Scene) for names that lead nowhere
@@ -83,7 +84,7 @@ class Builder : public plugin::Resolver {
     std::vector<std::pair<Light*, miTag>> lights_;         // with their instances
     std::vector<std::pair<Leaf, const Instance*>> objects_;
     std::map<std::string, Leaf> cameras_;  // by instance
-    std::map<std::string, miTag> materials_, textures_, strings_;
+    std::map<std::string, miTag> materials_, textures_, strings_, object_items_;
     std::map<std::pair<std::string, miTag>, miTag> named_;  // by name and light instance
     std::set<std::string> resolving_;                       // named shaders being made
     std::map<std::string, ShaderClass*> classes_;

@@ -73,6 +73,8 @@ void Builder::set_camera(const scene::RenderCommand& command, const Overrides& o
     camera.frame = source.frame;
     camera.frame_time = source.frame_time;
     camera.instance = instances_.at(command.camera).front();
+    world_.database_.get<Instance>(camera.instance, miITEM_INSTANCE)->item =
+        world_.database_.add(miITEM_CAMERA, &camera);
 
     // The window is kept within the picture; one that misses it leaves no pixel to render.
     const std::array<int, 4> whole = {0, 0, camera.x_resolution - 1, camera.y_resolution - 1};

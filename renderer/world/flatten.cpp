@@ -69,8 +69,8 @@ class Walk {
         leaf.motion_world_to_local =
             inherited.motion_world_to_local *
             (source.motion_transform ? to_matrix(*source.motion_transform) : local);
-        const bool keep = overridden_.contains(inherited.source);
-        if (source.override_flags || keep) overridden_.insert(&source);
+        const bool keep = inherited.overridden;
+        leaf.overridden = keep || source.override_flags;
         const auto inherit = [keep](auto& value, const auto& own) {
             if (own && !(keep && value)) value = own;
         };
@@ -87,7 +87,6 @@ class Walk {
 
     const scene::Scene& scene_;
     std::vector<std::string> open_;
-    std::set<const scene::Instance*> overridden_;
 };
 
 }  // namespace

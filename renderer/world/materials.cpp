@@ -25,10 +25,12 @@ miTag Builder::material(const std::string& name, const scene::Place& place) {
     made.shadow_list = list(source.shadow, Stage::Material, 0, first);
     made.shader = tag_of(made.surface);
     made.shadow = tag_of(made.shadow_list);
-    made.volume = tag_of(list(source.volume, Stage::Medium, 0, first));
+    if (world_.scene_options_->volume)
+        made.volume = tag_of(list(source.volume, Stage::Medium, 0, first));
     made.environment = tag_of(list(source.environment, Stage::Medium, 0, first));
     if (!source.displace.empty())
-        message(Level::Warning, to_string(source.place) + ": displacement is not supported");
+        message(Level::Warning,
+                to_string(source.place) + ": warning: displacement is not supported");
     return tag;
 }
 
@@ -44,10 +46,13 @@ miTag Builder::texture(const std::string& name, const scene::Place& place) {
     }
     Texture made;
     const scene::Texture& source = *found->second;
-    if (!source.shader.empty())
+    if (!source.shader.empty()) {
+        if (!resolving_.insert(name).second)
+            throw error_at(place, Exit::Shader, "texture \"" + name + "\" looks itself up");
         made.shader = list(source.shader, Stage::Texture);
-    else
-        made.image = picture(source);
+        resolving_.erase(name);
+    }
+    if (!made.shader) made.image = picture(source);
     Texture& stored = world_.textures_.emplace_back(std::move(made));
     return textures_[name] = world_.database_.add(miITEM_TEXTURE, &stored);
 }

@@ -55,6 +55,10 @@ void Builder::add_instance(const Leaf& leaf) {
         world_.kept_.push_back(light->second);
         add_light(*light->second, stored);
     } else if (scene_.objects.contains(element)) {
+        // An object's record is not part of the contract, its item only tells what it is.
+        miTag& item = object_items_[element];
+        if (item == 0) item = world_.database_.add<void>(miITEM_OBJECT, nullptr);
+        stored.item = item;
         objects_.emplace_back(leaf, &stored);
     } else if (scene_.cameras.contains(element)) {
         cameras_.emplace(leaf.name, leaf);
@@ -80,7 +84,7 @@ void Builder::add_light(const scene::Light& source, Instance& instance) {
     lights_.emplace_back(&light, instance.tag);
     if (source.visible && source.area != scene::Light::Area::None)
         message(Level::Warning, to_string(source.place) +
-                                    ": the area of a light is not rendered as geometry");
+                                    ": warning: the area of a light is not rendered as geometry");
 }
 
 void Builder::add_light_shaders() {
@@ -120,7 +124,8 @@ void Builder::add_placement(const Leaf& leaf, const Instance& instance) {
     if (object.tagged && !labels.empty() &&
         *std::max_element(labels.begin(), labels.end()) >=
             static_cast<std::int32_t>(leaf.materials.size()))
-        message(Level::Warning, to_string(leaf.source->place) + ": instance \"" + leaf.name +
+        message(Level::Warning, to_string(leaf.source->place) + ": warning: instance \"" +
+                                    leaf.name +
                                     "\" has fewer materials than its object has labels");
     world_.placements_.push_back(std::move(placement));
 }

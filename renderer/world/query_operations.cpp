@@ -67,14 +67,21 @@ miBoolean mi_query(int code, miState* state, miTag tag, void* result) {
     return miFALSE;
 }
 
-void** mi_shader_info(miState* state) { return &state->shader->user; }
+void** mi_shader_info(miState* state) {
+    return state->shader ? &state->shader->user : nullptr;
+}
 
 void* mi_phen_eval(miState* state, void* param) { return evaluate_parameter(state, param); }
 
 int mi_db_type(miTag tag) { return current_render()->world.database().type(tag); }
 
 // Function and ListEntry begin with the contract's records, so an item's address is theirs.
-void* mi_db_access(miTag tag) { return current_render()->world.database().record(tag); }
+void* mi_db_access(miTag tag) {
+    const Database& items = current_render()->world.database();
+    if (const auto* texture = items.get<Texture>(tag, miITEM_TEXTURE))
+        return const_cast<orvane::image::Image*>(texture->image.get());
+    return items.record(tag);
+}
 
 void mi_db_unpin(miTag) {}
 }

@@ -26,7 +26,8 @@ extern "C" {
 // material, motion): dist is 0 when nothing was hit.
 miBoolean mi_trace_eye(miColor* result, miState* state, miVector* org, miVector* dir);
 
-// A secondary ray from state->point. One reflection level deeper.
+// A secondary ray from state->point. One reflection level deeper. From the shader of a medium
+// the sum of the levels does not limit it: media trace rays of their own through the scene.
 miBoolean mi_trace_reflection(miColor* result, miState* state, miVector* dir);
 
 // A secondary ray from state->point into state->refraction_volume, one refraction level deeper.
@@ -85,8 +86,8 @@ miBoolean mi_lookup_color_texture(miColor* color, miState* state, miTag texture,
 // of a texture shader, or NULL. Each pointer may be NULL. miFALSE for a tag that is no texture.
 miBoolean mi_texture_info(miTag texture, int* x_resolution, int* y_resolution, void** paras);
 
-// One pixel of a frame buffer of the options, origin at the lower left. Outside the image, get
-// gives black and put does nothing.
+// One pixel of a frame buffer of the options, or of an image texture as mi_db_access gives it
+// (get alone); origin at the lower left. Outside the image, get gives black and put does nothing.
 void mi_img_get_color(void* image, miColor* color, int x, int y);
 void mi_img_put_color(void* image, miColor* color, int x, int y);
 
@@ -190,7 +191,7 @@ miBoolean mi_par_aborted();
 // result untouched when the item is of the wrong type.
 miBoolean mi_query(int code, miState* state, miTag tag, void* result);
 
-// Address of the running shader instance's user pointer.
+// Address of the running shader instance's user pointer; NULL when no shader runs.
 void** mi_shader_info(miState* state);
 
 // Value of a parameter of the running shader. param points into its parameter block; when the
@@ -198,8 +199,11 @@ void** mi_shader_info(miState* state);
 // address returned, until the next 32 evaluations of the same thread. Otherwise param itself.
 void* mi_phen_eval(miState* state, void* param);
 
-// Type of an item, a miItem code; the item's record (miFunction, miShaderList, miCamera, ...).
+// Type of an item, a miItem code.
 int mi_db_type(miTag tag);
+
+// The item's record: miFunction, miShaderList, or for an image texture the image for
+// mi_img_get_color. NULL for a texture shader and for a tag that is no item.
 void* mi_db_access(miTag tag);
 void mi_db_unpin(miTag tag);
 

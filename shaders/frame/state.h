@@ -117,6 +117,8 @@ struct miState {
     std::uint64_t sample_key;     // identifies the sample for mi_sample
     miUint sample_dimension;      // advanced by mi_sample
     miUint ray_number;            // rays traced from this state so far
+    miInteger depth;              // rays from the eye to this one, lights and shadows included
+    miBoolean in_medium;          // the running shader is that of a medium, see mi_trace_reflection
     miTag lens;                   // miShaderList of the lens shader that takes the next eye ray
 
     // The ray.
