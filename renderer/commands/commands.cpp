@@ -40,8 +40,8 @@ void add_render(CLI::App& app, RenderArguments& arguments, int& status) {
         ->check(CLI::NonNegativeNumber);
     render
         ->add_option("-v,--verbosity", arguments.verbosity,
-                     "messages: 0 none, 1 fatal, 2 errors, 3 warnings, 4 info, 5 progress, "
-                     "6 and 7 details")
+                     "messages: 0 none, 1 fatal, 2 errors, 3 warnings (and how far a frame is), "
+                     "4 info, 5 progress of shaders, 6 and 7 details")
         ->check(CLI::Range(0, 7));
     render
         ->add_option("-I,--include-path", arguments.include_path,

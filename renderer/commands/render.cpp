@@ -68,6 +68,7 @@ class Session {
 
     void render(const scene::Scene& scene, const scene::RenderCommand& command);
 
+    int frames() const { return frames_; }
     bool stopped() const { return world::render_aborted(); }
 
   private:
@@ -291,6 +292,8 @@ int render(const RenderArguments& arguments) {
         session.render(scene, command);
     };
     scene::parse_file(arguments.scene, settings);
+    if (session.frames() == 0)
+        message(Level::Warning, arguments.scene + " has no render command: nothing was rendered");
     const int number = the_signal;
     if (number != 0) message(Level::Warning, "stopped by a signal; what was done is kept");
     return number == 0 ? 0 : 128 + number;

@@ -154,8 +154,7 @@ std::vector<std::string> names_of(const std::vector<Member>& members) {
 }
 
 std::string did_you_mean(const std::string& name, const std::vector<Member>& members) {
-    const std::string nearest = nearest_name(name, names_of(members));
-    return nearest.empty() ? "" : "did you mean " + quoted(nearest) + "?";
+    return orvane::did_you_mean(name, names_of(members));
 }
 
 // Fills one block. The fields of the declaration come first; storage of arrays is appended.

@@ -76,7 +76,8 @@ bool Libraries::link(const std::string& name, std::string& why) {
     const fs::path file = locate(native_name(name), search_path_);
     if (file.empty()) {
         why = "no file " + native_name(name).string();
-        for (const fs::path& folder : search_path_) why += ", nor in " + folder.string();
+        for (const fs::path& folder : search_path_)
+            if (!folder.empty()) why += ", nor in " + folder.string();
         return false;
     }
 

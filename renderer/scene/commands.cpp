@@ -261,9 +261,8 @@ void read_prefixes(Reader& in) {
     if (in.peek().kind != Token::Kind::Word) in.fail_expected("a command");
     std::vector<std::string> names = {"incremental"};
     for (const auto& [name, read] : commands()) names.emplace_back(name);
-    const std::string nearest = nearest_name(std::string(in.peek().text), names);
     in.fail(in.peek(), "unknown command " + describe(in.peek()),
-            nearest.empty() ? "" : "did you mean \"" + nearest + "\"?");
+            did_you_mean(std::string(in.peek().text), names));
 }
 
 }  // namespace

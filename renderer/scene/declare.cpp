@@ -61,9 +61,8 @@ Base read_base(Reader& in) {
     if (in.peek().kind != Token::Kind::Word || found == kTypes.end()) {
         std::vector<std::string> names;
         for (const auto& [name, base] : kTypes) names.emplace_back(name);
-        const std::string nearest = nearest_name(std::string(in.peek().text), names);
         in.fail(in.peek(), "expected a type, found " + describe(in.peek()),
-                nearest.empty() ? "" : "did you mean \"" + nearest + "\"?");
+                did_you_mean(std::string(in.peek().text), names));
     }
     in.take();
     if (!in.at_word("texture")) return found->second;

@@ -88,4 +88,9 @@ std::string nearest_name(const std::string& name, const std::vector<std::string>
     return nearest;
 }
 
+std::string did_you_mean(const std::string& name, const std::vector<std::string>& candidates) {
+    const std::string nearest = nearest_name(name, candidates);
+    return nearest.empty() ? "" : "did you mean \"" + nearest + "\"?";
+}
+
 }  // namespace orvane

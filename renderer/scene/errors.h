@@ -42,4 +42,7 @@ std::string to_string(const scene::Place& place);
 // The candidate that name is probably a misspelling of, or "" when none is near.
 std::string nearest_name(const std::string& name, const std::vector<std::string>& candidates);
 
+// A hint for error_at: did you mean "...?", or "" when no candidate is near.
+std::string did_you_mean(const std::string& name, const std::vector<std::string>& candidates);
+
 }  // namespace orvane

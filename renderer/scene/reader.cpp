@@ -51,10 +51,9 @@ void Reader::forget(const std::string& name) {
 }
 
 void Reader::fail_unchanged(const Heading& heading, std::vector<std::string> names) const {
-    const std::string nearest = nearest_name(heading.name, names);
     throw error_at(heading.place, Exit::Scene,
                    "there is no " + heading.keyword + " \"" + heading.name + "\" to change",
-                   nearest.empty() ? "" : "did you mean \"" + nearest + "\"?");
+                   did_you_mean(heading.name, names));
 }
 
 std::string Reader::qualify(const std::string& name) const {

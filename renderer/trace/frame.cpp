@@ -122,7 +122,12 @@ Seen Frame::see(float x, float y, float time, std::uint64_t key, int thread) {
     eye_ray(world, x, y, &state.org, &state.dir);
     state.point = state.org;
     Seen seen;
-    mi_trace_eye(&seen.color, &state, &state.org, &state.dir);
+    try {
+        mi_trace_eye(&seen.color, &state, &state.org, &state.dir);
+    } catch (...) {
+        render.end(std::current_exception());  // this thread may hold a lock that others wait for
+        throw;
+    }
     if (state.dist > 0) {
         miVector p = state.point, n = state.normal;
         mi_point_to_camera(&state, &p, &p);
@@ -131,8 +136,8 @@ Seen Frame::see(float x, float y, float time, std::uint64_t key, int thread) {
         seen.normal = n;
         seen.label = state.label;
         if (!is_zero(state.motion)) {
-            const Imath::V2f moved = project(world, state.point + state.motion) -
-                                     project(world, state.point);
+            const Imath::V2f moved =
+                project(world, state.point + state.motion) - project(world, state.point);
             seen.motion = {moved.x, moved.y, 0};
         }
     }

@@ -40,8 +40,7 @@ miVector point_to_world(miVector p, const Imath::M44f& m) {
 miVector motion_of(const Shape& shape, const std::array<std::uint32_t, 3>& corner, const Hit& hit) {
     miVector from = at_corners(shape.mesh->position, corner, hit.u, hit.v);
     miVector to = from;
-    if (!shape.mesh->motion.empty())
-        to = to + at_corners(shape.mesh->motion, corner, hit.u, hit.v);
+    if (!shape.mesh->motion.empty()) to = to + at_corners(shape.mesh->motion, corner, hit.u, hit.v);
     return point_to_world(to, shape.instance->motion_local_to_world) -
            point_to_world(from, shape.instance->local_to_world);
 }
@@ -76,14 +75,17 @@ void set_normals(miState* state, const Shape& shape, const Hit& hit,
 }  // namespace
 
 float offset_from(const miVector& origin) {
-    return std::max({std::abs(origin.x), std::abs(origin.y), std::abs(origin.z), 1e-4f}) *
-           0x1p-16f;
+    return std::max({std::abs(origin.x), std::abs(origin.y), std::abs(origin.z), 1e-4f}) * 0x1p-16f;
 }
 
 Segment segment_from(const miState* state, const miVector& org, const miVector& dir, float far) {
-    return {org,         dir, state->pri ? offset_from(org) : 0,
-            far,         state->time,
-            state->pri,  state->pri_index};
+    return {org,
+            dir,
+            state->pri ? offset_from(org) : 0,
+            far,
+            state->time,
+            state->pri,
+            state->pri_index};
 }
 
 const world::Material* fill_hit(miState* state, const Hit& hit) {
@@ -106,12 +108,13 @@ const world::Material* fill_hit(miState* state, const Hit& hit) {
         state->point = state->org + state->dir * hit.t;
     } else {
         state->point = mixed(p[0], p[1], p[2], hit.u, hit.v);
-        if (!shape.baked) state->point = point_to_world(state->point, shape.instance->local_to_world);
+        if (!shape.baked)
+            state->point = point_to_world(state->point, shape.instance->local_to_world);
     }
     state->motion = shape.displaced ? motion_of(shape, corner, hit) : miVector{};
     set_normals(state, shape, hit, p, corner);
-    state->tex = mesh.texture.empty() ? miVector{}
-                                      : at_corners(mesh.texture[0], corner, hit.u, hit.v);
+    state->tex =
+        mesh.texture.empty() ? miVector{} : at_corners(mesh.texture[0], corner, hit.u, hit.v);
 
     const world::Material* material = shape.placement->material(hit.triangle, &state->material);
     const miTag own_medium = material ? material->volume : 0;

@@ -31,8 +31,8 @@ bool find(miState* state, miTag tag, Sampled* sampled) {
     const scene::Light& source = *sampled->light->source;
     if (source.area == Area::None) return true;
     const int depth = state->reflection_level + state->refraction_level;
-    const auto& samples = source.low_level > 0 && depth >= source.low_level ? source.low_samples
-                                                                             : source.samples;
+    const auto& samples =
+        source.low_level > 0 && depth >= source.low_level ? source.low_samples : source.samples;
     sampled->count = std::max(samples[0], 1) * std::max(samples[1], 1);
     return true;
 }
@@ -65,10 +65,11 @@ miVector on_area(const scene::Light& light, float s, float t) {
         case Area::Cylinder: {
             const miVector axis = to_vector(light.area_u);
             across(normalized(axis), &u, &v);
-            return axis * (2 * s - 1) + (u * std::cos(turn * t) + v * std::sin(turn * t)) *
-                                            light.area_radius;
+            return axis * (2 * s - 1) +
+                   (u * std::cos(turn * t) + v * std::sin(turn * t)) * light.area_radius;
         }
-        case Area::None: break;
+        case Area::None:
+            break;
     }
     return {};
 }
@@ -94,8 +95,8 @@ bool aim(const Sampled& sampled, miState* light, int number) {
         if (is_zero(dir)) dir = {0, 0, -1};
         mi_vector_transform(&dir, &dir, sampled.instance->local_to_world.getValue());
         light->dir = normalized(dir);
-        light->dist = static_cast<double>(frame_of(light).structure.radius() +
-                                          length(light->point) + 1);
+        light->dist =
+            static_cast<double>(frame_of(light).structure.radius() + length(light->point) + 1);
         light->org = light->point - light->dir * static_cast<float>(light->dist);
         return !is_zero(light->dir);
     }

@@ -165,8 +165,9 @@ void Structure::commit_sets(const world::World& world) {
                         std::any_of(placement.materials.begin(), placement.materials.end(), asks);
     }
     for (std::size_t kind = 0; kind < 3; ++kind) {
-        const auto same = std::find(sets.begin(), sets.begin() + static_cast<long>(kind),
-                                    sets[kind]) - sets.begin();
+        const auto same =
+            std::find(sets.begin(), sets.begin() + static_cast<long>(kind), sets[kind]) -
+            sets.begin();
         if (sets[kind].empty()) continue;
         if (static_cast<std::size_t>(same) < kind) {
             scenes_[kind] = scenes_[static_cast<std::size_t>(same)];
@@ -196,9 +197,8 @@ bool Structure::closest(Rays rays, const Segment& segment, Hit* hit) const {
         found.hit.geomID = found.hit.instID[0] = RTC_INVALID_GEOMETRY_ID;
         rtcIntersect1(scene, &context, &found);
         if (found.hit.geomID == RTC_INVALID_GEOMETRY_ID) return false;
-        const unsigned number = found.hit.instID[0] != RTC_INVALID_GEOMETRY_ID
-                                    ? found.hit.instID[0]
-                                    : found.hit.geomID;
+        const unsigned number =
+            found.hit.instID[0] != RTC_INVALID_GEOMETRY_ID ? found.hit.instID[0] : found.hit.geomID;
         const Shape& shape = shapes_[number];
         const bool left = &shape == segment.skip_shape && found.hit.primID == segment.skip_triangle;
         if (!left && (rays == Rays::Shadow || !culled(shape, found))) {

@@ -20,7 +20,7 @@ enum class Rays { Eye, Secondary, Shadow };
 struct Hit {
     const struct Shape* shape = nullptr;
     unsigned triangle = 0;
-    float t = 0;     // distance along the ray
+    float t = 0;         // distance along the ray
     float u = 0, v = 0;  // weights of the triangle's second and third corner
 };
 
@@ -29,9 +29,10 @@ struct Shape {
     const world::Placement* placement = nullptr;
     const world::Instance* instance = nullptr;
     const scene::Mesh* mesh = nullptr;
-    const std::array<float, 4>* vertices = nullptr;  // in world space if baked, else in object space
-    bool baked = false;     // the only placement of its mesh, and it does not move
-    bool mirrored = false;  // baked with a transform that turns the triangles around
+    const std::array<float, 4>* vertices =
+        nullptr;             // in world space if baked, else in object space
+    bool baked = false;      // the only placement of its mesh, and it does not move
+    bool mirrored = false;   // baked with a transform that turns the triangles around
     bool displaced = false;  // its points have a motion vector
     bool moves = false;      // and are where the ray's time puts them
     char face = 'a';

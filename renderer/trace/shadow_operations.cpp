@@ -55,8 +55,7 @@ struct Link {
 
 miBoolean segment_towards_light(miColor* result, miState* from, miTag medium, Link link);
 
-miBoolean at_surface(miColor* result, miState* child, const world::Material* material,
-                     Link& link) {
+miBoolean at_surface(miColor* result, miState* child, const world::Material* material, Link& link) {
     if (!material || material->blocks()) return block(result);
     child->shadow_link = &link;
     world::call(material->shadow_list, result, child);
@@ -108,8 +107,8 @@ miBoolean mi_trace_shadow(miColor* result, miState* state) {
     }
     if (!structure.casts()) return miTRUE;
     if (structure.asks_shaders()) return walk(result, state);
-    const Segment segment = segment_from(state, state->point, -state->dir,
-                                         static_cast<float>(state->dist) * kShort);
+    const Segment segment =
+        segment_from(state, state->point, -state->dir, static_cast<float>(state->dist) * kShort);
     return structure.blocked(segment) ? block(result) : miTRUE;
 }
 

@@ -70,9 +70,8 @@ miBoolean cast(miColor* result, miState* child, Rays rays, float near, float far
 constexpr int kDeepest = 300;
 
 bool deeper(const miState* state, int level, int most) {
-    const bool sum_allows =
-        state->in_medium ||
-        state->reflection_level + state->refraction_level < state->options->trace_depth;
+    const bool sum_allows = state->in_medium || state->reflection_level + state->refraction_level <
+                                                    state->options->trace_depth;
     return state->options->trace && level < most && sum_allows && state->depth < kDeepest;
 }
 

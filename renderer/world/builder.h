@@ -23,6 +23,14 @@ struct Leaf {
     bool overridden = false;  // by an instance above: what is set stays
 };
 
+// The names that a table knows, for hints.
+template <typename T>
+std::vector<std::string> names_in(const scene::Table<T>& table) {
+    std::vector<std::string> names;
+    for (const auto& [name, unused] : table) names.push_back(name);
+    return names;
+}
+
 // Walks the instance tree of a group. Throws Error (Exit::Scene) for names that lead nowhere
 // and for groups that contain themselves.
 std::vector<Leaf> flatten(const scene::Scene& scene, const std::string& root,

@@ -9,10 +9,14 @@ namespace {
 
 miInteger shadow_mode(scene::Shadow shadow) {
     switch (shadow) {
-        case scene::Shadow::Off: return miSHADOW_OFF;
-        case scene::Shadow::On: return miSHADOW_ON;
-        case scene::Shadow::Sort: return miSHADOW_SORT;
-        case scene::Shadow::Segments: return miSHADOW_SEGMENTS;
+        case scene::Shadow::Off:
+            return miSHADOW_OFF;
+        case scene::Shadow::On:
+            return miSHADOW_ON;
+        case scene::Shadow::Sort:
+            return miSHADOW_SORT;
+        case scene::Shadow::Segments:
+            return miSHADOW_SEGMENTS;
     }
     return miSHADOW_ON;
 }
@@ -38,8 +42,7 @@ void Builder::set_options(const scene::RenderCommand& command, const Overrides& 
         overrides.samples.value_or(std::array{source.samples_min, source.samples_max});
     options.samples_min = samples[0];
     options.samples_max = samples[1];
-    options.contrast = {source.contrast.r, source.contrast.g, source.contrast.b,
-                        source.contrast.a};
+    options.contrast = {source.contrast.r, source.contrast.g, source.contrast.b, source.contrast.a};
     options.shutter = source.motion ? source.shutter : 0;
     options.gamma = source.gamma;
 }

@@ -35,9 +35,9 @@ class Walk {
         if (std::find(open_.begin(), open_.end(), name) != open_.end()) {
             std::string chain;
             for (const std::string& group : open_) chain += "\"" + group + "\" > ";
-            throw error_at(place, Exit::Scene,
-                           "instgroup \"" + name + "\" contains itself: " + chain + "\"" + name +
-                               "\"");
+            throw error_at(
+                place, Exit::Scene,
+                "instgroup \"" + name + "\" contains itself: " + chain + "\"" + name + "\"");
         }
         open_.push_back(name);
     }
@@ -45,11 +45,8 @@ class Walk {
     void member(const std::string& name, const scene::Place& place, const Leaf& inherited) {
         const auto found = scene_.instances.find(name);
         if (found == scene_.instances.end()) {
-            std::vector<std::string> names;
-            for (const auto& [known, unused] : scene_.instances) names.push_back(known);
-            const std::string near = nearest_name(name, names);
             throw error_at(place, Exit::Scene, "there is no instance \"" + name + "\"",
-                           near.empty() ? "" : "did you mean \"" + near + "\"?");
+                           did_you_mean(name, names_in(scene_.instances)));
         }
         if (found->second->hide) return;
         const Leaf leaf = placed(name, *found->second, inherited);

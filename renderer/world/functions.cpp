@@ -3,24 +3,13 @@
 #include "world/builder.h"
 
 namespace orvane::world {
-namespace {
-
-template <typename T>
-std::string did_you_mean(const std::string& name, const scene::Table<T>& table) {
-    std::vector<std::string> names;
-    for (const auto& [known, unused] : table) names.push_back(known);
-    const std::string near = nearest_name(name, names);
-    return near.empty() ? "" : "did you mean \"" + near + "\"?";
-}
-
-}  // namespace
 
 ShaderClass& Builder::shader_class(const std::string& name, const scene::Place& place) {
     if (const auto known = classes_.find(name); known != classes_.end()) return *known->second;
     const auto found = scene_.declarations.find(name);
     if (found == scene_.declarations.end())
         throw error_at(place, Exit::Shader, "shader \"" + name + "\" is not declared",
-                       did_you_mean(name, scene_.declarations));
+                       did_you_mean(name, names_in(scene_.declarations)));
     ShaderClass made{found->second, libraries_.find(name)};
     if (!made.entry.shade)
         throw error_at(place, Exit::Shader,
@@ -28,8 +17,8 @@ ShaderClass& Builder::shader_class(const std::string& name, const scene::Place& 
     if (made.entry.version != made.declaration->version)
         throw error_at(place, Exit::Shader,
                        "shader \"" + name + "\" is declared with version " +
-                           std::to_string(made.declaration->version) + ", its library has version " +
-                           std::to_string(made.entry.version));
+                           std::to_string(made.declaration->version) +
+                           ", its library has version " + std::to_string(made.entry.version));
     ShaderClass& stored = world_.shader_classes_.emplace_back(std::move(made));
     stored.tag = world_.database_.add(miITEM_DECLARATION, &stored);
     world_.kept_.push_back(stored.declaration);
@@ -61,8 +50,7 @@ miTag Builder::function(const scene::ShaderCall& call, Stage stage, miTag light_
     }
     for (const plugin::ConnectedField& field : made.block.connected) {
         made.connected[field.offset / 4] = 1;
-        made.sources.push_back(
-            world_.database_.get<Function>(field.shader, miITEM_FUNCTION));
+        made.sources.push_back(world_.database_.get<Function>(field.shader, miITEM_FUNCTION));
     }
     return made.tag;
 }
@@ -76,7 +64,7 @@ miTag Builder::named(const std::string& name, const scene::Place& place, Stage s
     const auto found = scene_.shaders.find(name);
     if (found == scene_.shaders.end() || found->second->empty())
         throw error_at(place, Exit::Shader, "there is no shader named \"" + name + "\"",
-                       did_you_mean(name, scene_.shaders));
+                       did_you_mean(name, names_in(scene_.shaders)));
     if (!resolving_.insert(name).second)
         throw error_at(place, Exit::Shader, "shader \"" + name + "\" is connected to itself");
     const miTag tag = function(found->second->back(), stage, light_instance);
@@ -125,7 +113,7 @@ std::vector<miTag> Builder::items(scene::Base type, const std::string& name,
         }
         if (!tags.empty() || scene_.instances.contains(name)) return tags;
         throw error_at(place, Exit::Shader, "there is no instance \"" + name + "\"",
-                       did_you_mean(name, scene_.instances));
+                       did_you_mean(name, names_in(scene_.instances)));
     }
     if (type == Base::Material) return {material(name, place)};
     if (type == Base::ColorTexture || type == Base::ScalarTexture || type == Base::VectorTexture)

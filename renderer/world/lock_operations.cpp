@@ -10,7 +10,10 @@ void Lock::lock() {
     if (held_ && owner_ == std::this_thread::get_id())
         throw Fatal("a shader takes a lock that its thread already holds");
     free_.wait(guard, [this] { return !held_ || render_.ending(); });
-    if (held_) throw Fatal("the render ended while a shader waited for a lock");
+    if (held_) {
+        guard.unlock();  // end() takes the locks in the other order
+        render_.throw_why();
+    }
     held_ = true;
     owner_ = std::this_thread::get_id();
 }

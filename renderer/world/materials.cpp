@@ -9,11 +9,8 @@ miTag Builder::material(const std::string& name, const scene::Place& place) {
     if (const auto known = materials_.find(name); known != materials_.end()) return known->second;
     const auto found = scene_.materials.find(name);
     if (found == scene_.materials.end()) {
-        std::vector<std::string> names;
-        for (const auto& [known, unused] : scene_.materials) names.push_back(known);
-        const std::string near = nearest_name(name, names);
         throw error_at(place, Exit::Scene, "there is no material \"" + name + "\"",
-                       near.empty() ? "" : "did you mean \"" + near + "\"?");
+                       did_you_mean(name, names_in(scene_.materials)));
     }
     const scene::Material& source = *found->second;
     Material& made = world_.materials_.emplace_back();
@@ -38,11 +35,8 @@ miTag Builder::texture(const std::string& name, const scene::Place& place) {
     if (const auto known = textures_.find(name); known != textures_.end()) return known->second;
     const auto found = scene_.textures.find(name);
     if (found == scene_.textures.end()) {
-        std::vector<std::string> names;
-        for (const auto& [known, unused] : scene_.textures) names.push_back(known);
-        const std::string near = nearest_name(name, names);
         throw error_at(place, Exit::Shader, "there is no texture \"" + name + "\"",
-                       near.empty() ? "" : "did you mean \"" + near + "\"?");
+                       did_you_mean(name, names_in(scene_.textures)));
     }
     Texture made;
     const scene::Texture& source = *found->second;

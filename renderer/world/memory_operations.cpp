@@ -82,9 +82,9 @@ using orvane::world::current_render;
 extern "C" {
 
 void* mi_mem_int_allocate(const char* file, int line, int size) {
-    return size <= 0 ? nullptr
-                     : current_render()->allocator.allocate(file, line,
-                                                            static_cast<std::size_t>(size));
+    return size <= 0
+               ? nullptr
+               : current_render()->allocator.allocate(file, line, static_cast<std::size_t>(size));
 }
 
 void* mi_mem_int_reallocate(const char* file, int line, void* p, int size) {

@@ -48,8 +48,9 @@ void mi_fatal(const char* format, ...) {
     va_start(arguments, format);
     const std::string text = formatted(format, arguments);
     va_end(arguments);
-    if (orvane::world::Render* render = orvane::world::current_render()) render->end();
-    throw orvane::world::Fatal(text);
+    const auto fatal = std::make_exception_ptr(orvane::world::Fatal(text));
+    if (orvane::world::Render* render = orvane::world::current_render()) render->end(fatal);
+    std::rethrow_exception(fatal);
 }
 
 miBoolean mi_par_aborted() {

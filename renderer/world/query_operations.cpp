@@ -19,27 +19,34 @@ miBoolean about_instance(int code, const Instance& instance, void* result) {
     switch (code) {
         case miQ_INST_LOCAL_TO_GLOBAL:
             return answer<const miScalar*>(result, instance.local_to_world.getValue());
-        case miQ_INST_ITEM: return answer(result, instance.item);
+        case miQ_INST_ITEM:
+            return answer(result, instance.item);
     }
     return miFALSE;
 }
 
 miBoolean about_light(int code, const Light& light, void* result) {
     switch (code) {
-        case miQ_LIGHT_TYPE: return answer<int>(result, light.type);
+        case miQ_LIGHT_TYPE:
+            return answer<int>(result, light.type);
         case miQ_LIGHT_SHADER:
             return answer<miTag>(result, light.shader ? light.shader->function->tag : 0);
-        case miQ_LIGHT_ORIGIN: return answer(result, light.origin);
-        case miQ_LIGHT_DIRECTION: return answer(result, light.direction);
-        case miQ_LIGHT_SPREAD: return answer(result, light.spread);
+        case miQ_LIGHT_ORIGIN:
+            return answer(result, light.origin);
+        case miQ_LIGHT_DIRECTION:
+            return answer(result, light.direction);
+        case miQ_LIGHT_SPREAD:
+            return answer(result, light.spread);
     }
     return miFALSE;
 }
 
 miBoolean about_function(int code, const Function& function, void* result) {
     switch (code) {
-        case miQ_FUNC_DECL: return answer(result, function.shader->tag);
-        case miQ_FUNC_PARAM: return answer(result, function.record.parameters);
+        case miQ_FUNC_DECL:
+            return answer(result, function.shader->tag);
+        case miQ_FUNC_PARAM:
+            return answer(result, function.record.parameters);
     }
     return miFALSE;
 }
@@ -61,15 +68,13 @@ miBoolean mi_query(int code, miState* state, miTag tag, void* result) {
             return about_function(code, *static_cast<Function*>(items.record(tag)), result);
         case miITEM_DECLARATION:
             if (code != miQ_DECL_NAME) return miFALSE;
-            return answer(result, static_cast<ShaderClass*>(items.record(tag))
-                                      ->declaration->name.c_str());
+            return answer(result,
+                          static_cast<ShaderClass*>(items.record(tag))->declaration->name.c_str());
     }
     return miFALSE;
 }
 
-void** mi_shader_info(miState* state) {
-    return state->shader ? &state->shader->user : nullptr;
-}
+void** mi_shader_info(miState* state) { return state->shader ? &state->shader->user : nullptr; }
 
 void* mi_phen_eval(miState* state, void* param) { return evaluate_parameter(state, param); }
 

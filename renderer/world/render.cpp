@@ -3,6 +3,7 @@
 #include "world/render.h"
 
 #include <cstring>
+#include <utility>
 #include <vector>
 
 namespace orvane::world {
@@ -56,10 +57,16 @@ void Render::delete_lock(Lock* lock) {
     std::erase_if(locks_, [lock](const auto& known) { return known.get() == lock; });
 }
 
-void Render::end() {
-    ending_ = true;
+void Render::end(std::exception_ptr why) {
     const std::scoped_lock guard(locks_mutex_);
+    if (!why_) why_ = std::move(why);
+    ending_ = true;
     for (const auto& lock : locks_) lock->wake();
+}
+
+void Render::throw_why() {
+    const std::scoped_lock guard(locks_mutex_);
+    std::rethrow_exception(why_);
 }
 
 void* Render::result_slot(int thread) {

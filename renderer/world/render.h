@@ -58,7 +58,7 @@ class Allocator {
 
 class Render;
 
-// A lock for shaders: waiting ends with Fatal when the render is ending.
+// A lock for shaders: waiting ends with what ended the render, when it is ending.
 class Lock {
   public:
     explicit Lock(Render& render) : render_(render) {}
@@ -89,9 +89,11 @@ class Render {
     void delete_lock(Lock* lock);
     Lock* global_lock() { return global_lock_; }
 
-    // Ends the render from any thread: shaders see mi_par_aborted, waiting threads wake.
-    void end();
+    // Ends the render from any thread: shaders see mi_par_aborted, threads that wait for a lock
+    // throw why, too. Of several reasons the first one counts.
+    void end(std::exception_ptr why);
     bool ending() const { return ending_.load(std::memory_order_relaxed); }
+    [[noreturn]] void throw_why();
 
     // Room for the values of connected parameters, one ring a thread: see mi_phen_eval.
     void* result_slot(int thread);
@@ -106,6 +108,7 @@ class Render {
     std::vector<std::unique_ptr<Lock>> locks_;
     Lock* global_lock_ = nullptr;
     std::atomic<bool> ending_ = false;
+    std::exception_ptr why_;
     std::array<std::unique_ptr<Ring>, kMaxThreads> rings_;
 };
 

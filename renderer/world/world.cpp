@@ -28,9 +28,8 @@ World::~World() = default;
 std::vector<Function*> World::functions() {
     std::vector<Function*> sorted;
     for (Function& function : functions_) sorted.push_back(&function);
-    std::stable_sort(sorted.begin(), sorted.end(), [](const Function* a, const Function* b) {
-        return a->stage < b->stage;
-    });
+    std::stable_sort(sorted.begin(), sorted.end(),
+                     [](const Function* a, const Function* b) { return a->stage < b->stage; });
     return sorted;
 }
 

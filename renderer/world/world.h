@@ -42,8 +42,8 @@ struct Placement {
 };
 
 // Pictures that were read, kept from frame to frame.
-using PictureCache = std::map<std::pair<std::filesystem::path, float>,
-                              std::shared_ptr<const image::Image>>;
+using PictureCache =
+    std::map<std::pair<std::filesystem::path, float>, std::shared_ptr<const image::Image>>;
 
 // Immutable once built, but for the shaders' user pointers.
 class World {

@@ -21,9 +21,9 @@ extern "C" {
 // return miTRUE when result was set: something was hit, or the environment answered. A ray
 // beyond the depths in the options, or of zero length, is not traced and gives miFALSE.
 
-// A primary ray from org along dir; from a lens shader, the next lens shader takes it. Writes
-// what was hit back to state (dist, point, normal, normal_geom, dot_nd, label, instance,
-// material, motion): dist is 0 when nothing was hit.
+// A primary ray from org along dir; from a lens shader, the next lens shader takes it. The first
+// one traced from a state writes what was hit back to it (dist, point, normal, normal_geom,
+// dot_nd, label, instance, material, motion): dist is 0 when nothing was hit.
 miBoolean mi_trace_eye(miColor* result, miState* state, miVector* org, miVector* dir);
 
 // A secondary ray from state->point. One reflection level deeper. From the shader of a medium

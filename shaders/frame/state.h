@@ -31,7 +31,7 @@ enum miLightType : miInteger {
     miLIGHT_SPOT = 2,
 };
 
-enum miFrameBuffer : miInteger {
+enum miFrameBuffer : miUint {
     miFB_COLOR = 0,   // premultiplied r, g, b, a as rendered
     miFB_DEPTH = 1,   // r = distance along the viewing axis, 0 where nothing was hit
     miFB_NORMAL = 2,  // r, g, b = normal in camera space

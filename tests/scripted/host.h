@@ -126,10 +126,10 @@ struct Host {
     // From internal space to the others.
     Matrix world = identity(), camera = identity(), object = identity();
 
-    std::function<miScalar(const miVector&)> noise;       // smooth, within 0..1
-    std::function<double()> random;                       // of mi_sample: a fixed sequence
-    std::function<bool()> aborted;                        // no
-    std::function<miBoolean(miVector*)> texture_coord;    // (0, 0, 0), miFALSE
+    std::function<miScalar(const miVector&)> noise;     // smooth, within 0..1
+    std::function<double()> random;                     // of mi_sample: a fixed sequence
+    std::function<bool()> aborted;                      // no
+    std::function<miBoolean(miVector*)> texture_coord;  // (0, 0, 0), miFALSE
     std::function<miBoolean(miVector* du, miVector* dv)> texture_basis;  // miFALSE
     std::function<void*(miState*, void* param)> connect;  // value of a connected parameter: param
 

@@ -1,4 +1,6 @@
 // The language around the elements: tokens, directives, commands, declarations, values.
+#include <unistd.h>
+
 #include <gmock/gmock.h>
 
 #include <cstdlib>
@@ -166,7 +168,10 @@ TEST(Directives, ConditionalsChooseOneBranch) {
 
 class Includes : public testing::Test {
   protected:
-    Includes() : folder_(std::filesystem::path(testing::TempDir()) / "orvane_includes") {
+    // The tests of the class may run at the same time, each in a process of its own.
+    Includes()
+        : folder_(std::filesystem::path(testing::TempDir()) /
+                  ("orvane_includes." + std::to_string(getpid()))) {
         std::filesystem::create_directories(folder_ / "path");
         write("inner.mi", "instgroup \"inner\" end instgroup");
         write("outer.mi",
@@ -178,6 +183,7 @@ class Includes : public testing::Test {
         write("bad.mi", "\n  oops\n");
         settings_.include_path = {folder_ / "path"};
     }
+    ~Includes() override { std::filesystem::remove_all(folder_); }
 
     void write(const std::string& name, const std::string& text) {
         std::ofstream(folder_ / name) << text;
