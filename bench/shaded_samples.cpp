@@ -102,17 +102,17 @@ class Bare {
     Bare() : device_(rtcNewDevice("threads=1")), scene_(rtcNewScene(device_)) {
         rtcSetSceneFlags(scene_, RTC_SCENE_FLAG_ROBUST);
         const RTCGeometry geometry = rtcNewGeometry(device_, RTC_GEOMETRY_TYPE_TRIANGLE);
-        auto* p = static_cast<float*>(rtcSetNewGeometryBuffer(
-            geometry, RTC_BUFFER_TYPE_VERTEX, 0, RTC_FORMAT_FLOAT3, 16,
-            static_cast<std::size_t>((kGrid + 1) * (kGrid + 1))));
+        auto* p = static_cast<float*>(
+            rtcSetNewGeometryBuffer(geometry, RTC_BUFFER_TYPE_VERTEX, 0, RTC_FORMAT_FLOAT3, 16,
+                                    static_cast<std::size_t>((kGrid + 1) * (kGrid + 1))));
         for (int j = 0; j <= kGrid; ++j)
             for (int i = 0; i <= kGrid; ++i, p += 4) {
                 const scene::Vec3 v = hill(i, j);
                 p[0] = v.x, p[1] = v.y, p[2] = v.z;
             }
-        auto* t = static_cast<unsigned*>(rtcSetNewGeometryBuffer(
-            geometry, RTC_BUFFER_TYPE_INDEX, 0, RTC_FORMAT_UINT3, 12,
-            static_cast<std::size_t>(2 * kGrid * kGrid)));
+        auto* t = static_cast<unsigned*>(
+            rtcSetNewGeometryBuffer(geometry, RTC_BUFFER_TYPE_INDEX, 0, RTC_FORMAT_UINT3, 12,
+                                    static_cast<std::size_t>(2 * kGrid * kGrid)));
         for (unsigned j = 0; j < kGrid; ++j)
             for (unsigned i = 0; i < kGrid; ++i, t += 6) {
                 const unsigned a = j * (kGrid + 1) + i, b = a + kGrid + 1;
@@ -154,8 +154,8 @@ void measure(trace::Frame& frame) {
     for (int y = 0; y < kHeight; ++y)
         for (int x = 0; x < kWidth; ++x) {
             Primary& primary = primaries.emplace_back();
-            trace::eye_ray(frame.world, static_cast<float>(x) + 0.5f,
-                           static_cast<float>(y) + 0.5f, &primary.org, &primary.dir);
+            trace::eye_ray(frame.world, static_cast<float>(x) + 0.5f, static_cast<float>(y) + 0.5f,
+                           &primary.org, &primary.dir);
         }
     const Bare bare;
     const miVector light = {3, 2, 3};
@@ -210,7 +210,8 @@ void measure(trace::Frame& frame) {
 
 int main() {
     scene::ParserSettings settings;
-    const std::filesystem::path here = std::filesystem::read_symlink("/proc/self/exe").parent_path();
+    const std::filesystem::path here =
+        std::filesystem::read_symlink("/proc/self/exe").parent_path();
     settings.include_path = {here};
     settings.on_render = [&here](const scene::Scene& scene, const scene::RenderCommand& command) {
         plugin::Libraries libraries({here});
