@@ -95,6 +95,28 @@ TEST(Contract, VolumesSeeEachSegment) {
     EXPECT_EQ(render(s).at(1, 1).r, 1);
 }
 
+TEST(Contract, MediaTraceRaysOfTheirOwn) {
+    for (const std::string depth : {"1 1 1", "2 2 2", "3 3 4", "2 2 4"}) {
+        Scene s;
+        s.file = "z.exr";
+        s.options = "trace depth " + depth;
+        s.camera =
+            "volume \"probe_searching_volume\" () output \"z\" \"exr\" \"z.exr\" "
+            "output \"rgba_fp\" \"exr\" \"out.exr\"";
+        const Folder folder(s.material("m", constant(0.5, 0, 0)).wall("w", "m", -5));
+        EXPECT_EQ(folder.render().errors, "");
+        EXPECT_EQ(folder.picture("out.exr").at(1, 1).b, 0.5f) << depth;
+        EXPECT_NEAR(folder.picture("z.exr").at(1, 1).r, 5, 1e-5) << depth;
+    }
+}
+
+TEST(Contract, RaysEndEvenWhenShadersLowerTheLevels) {
+    Scene s;
+    s.material("m", "\"probe_endless\" ()");
+    for (int i = 0; i < 2000; ++i) s.wall("w" + std::to_string(i), "m", -1 - 0.01 * i);
+    EXPECT_EQ(render(s).at(1, 1).r, 1);
+}
+
 struct DepthCase {
     int kind;
     const char* depth;

@@ -67,6 +67,9 @@ TEST(Faults, OfTheScene) {
         {"color texture \"t\" \"none.png\"\n"
          "material \"m\" \"soft_texture\" (\"texture\" \"t\") end material",
          5, "scene.mi:7:15: error: "},
+        {"color texture \"t\" \"soft_texture\" (\"texture\" \"t\")\n"
+         "material \"m\" \"soft_texture\" (\"texture\" \"t\") end material",
+         4, "texture \"t\" looks itself up"},
         {R"(material "m" "soft_material" ("light" ["none"]) end material)", 4, "scene.mi:7:"},
         {"material \"m\" \"probe_fatal_init\" () end material", 7, "trouble at the first init"},
         {"object \"o\" visible group 0 0 0 v 0\np \"m\" 0 0 1 end group end object", 3,

@@ -249,9 +249,17 @@ TEST(Surfaces, FacesThatAreNotAskedForAreNotThere) {
         turned.material("m", constant(1, 1, 1)).wall("w", "m", 2, "visible");
         turned.instance("i", "of w", "transform 1 0 0 0 0 1 0 0 0 0 -1 0 0 0 0 1").root = "\"i\"";
     }
+    // Two instances of one object: the right one is turned by half a turn.
+    Scene& twice = scenes.emplace_back();
+    twice.material("m", constant(1, 1, 1)).wall("w", "m", -2, "visible face front");
+    twice.add("instance \"l\" \"of w\" transform 1 0 0 0 0 1 0 0 0 0 1 0 10.2 0 0 1 end instance");
+    twice.instance("r", "of w", "transform -1 0 0 0 0 1 0 0 0 0 -1 0 10.2 0 -4 1").root =
+        "\"l\" \"r\"";
     const std::vector<Image> pictures = render_all(scenes);
-    for (std::size_t i = 0; i < pictures.size(); ++i)
+    for (std::size_t i = 0; i < pictures.size() - 1; ++i)
         EXPECT_THAT(pictures[i].at(1, 1), Is(i != 2 && i != 1)) << i;
+    EXPECT_THAT(pictures.back().at(0, 1), Is(1));
+    EXPECT_THAT(pictures.back().at(2, 1), Is(0));
 }
 
 // ---- Camera ----

@@ -263,6 +263,12 @@ miBoolean probe_items(miColor* result, miState* state, probe_items_params* param
     int x = -1, y = -1;
     void* block = state;
     check(mi_texture_info(params->image, &x, &y, &block) && x == 2 && y == 1 && !block, "image");
+    miColor pixel, looked_up;
+    miVector coord = {0.75f, 0.5f, 0};
+    mi_img_get_color(mi_db_access(params->image), &pixel, 1, 0);
+    mi_lookup_color_texture(&looked_up, state, params->image, &coord);
+    check(pixel.r == looked_up.r && pixel.g == looked_up.g && pixel.a == looked_up.a,
+          "the item of an image is not its pixels");
     check(mi_texture_info(params->shader, &x, &y, &block) && x == 0 && block, "texture shader");
     check(!mi_texture_info(params->lamp, &x, &y, &block), "a light is a texture");
     check_block(state, params);
@@ -308,6 +314,30 @@ miBoolean probe_shadow(miColor* result, miState* state, probe_shadow_params* par
 miBoolean probe_volume(miColor* result, miState* state, void*) {
     result->r += static_cast<miScalar>(state->dist);
     result->g += static_cast<miScalar>(count_parents(state));
+    return miTRUE;
+}
+
+// A medium that traces a ray of its own from the camera, at the deepest levels that each kind of
+// ray allows, and leaves its state as that ray needed it. Adds what the ray saw.
+miBoolean probe_searching_volume(miColor* result, miState* state, void*) {
+    if (state->type != miRAY_EYE) return miTRUE;
+    miVector dir = {0, 0, -1};
+    state->point = {0, 0, 0};
+    state->normal = state->normal_geom = {1, 0, 0};
+    state->pri = nullptr;
+    state->volume = 0;
+    state->reflection_level = state->options->reflection_depth - 1;
+    state->refraction_level = state->options->refraction_depth - 1;
+    miColor seen = {0, 0, 0, 0};
+    check(mi_trace_reflection(&seen, state, &dir), "a medium's ray is not traced");
+    result->b += seen.r;
+    return miTRUE;
+}
+
+// Goes on through the surface at the level that it came in.
+miBoolean probe_endless(miColor* result, miState* state, void*) {
+    --state->refraction_level;
+    if (!mi_trace_transparent(result, state)) *result = {1, 0, 0, 1};
     return miTRUE;
 }
 
