@@ -7,9 +7,10 @@ SUDO := $(shell [ "$$(id -u)" = 0 ] || echo sudo)
 LAUNCHER := $(if $(shell command -v ccache),-DCMAKE_CXX_COMPILER_LAUNCHER=ccache)
 SOURCES = $(shell git ls-files '*.cpp' '*.h')
 
-.PHONY: demo test build packages format check-format clean
+.PHONY: demo test build configure packages format check-format clean
 
-demo: build
+demo: configure
+	cmake --build $(BUILD) --target orvane orvane_shaders
 	@mkdir -p out
 	$(BUILD)/orvane render scenes/slide.mi
 	@echo "The picture is $(CURDIR)/out/slide.png (and slide.exr beside it)."
@@ -17,9 +18,11 @@ demo: build
 test: build
 	ctest --test-dir $(BUILD) --output-on-failure --parallel 2
 
-build: packages
-	cmake --preset release $(LAUNCHER)
+build: configure
 	cmake --build $(BUILD)
+
+configure: packages
+	cmake --preset release $(LAUNCHER)
 
 # Packages of Debian 12; nothing is asked of the system when all are there.
 packages:
