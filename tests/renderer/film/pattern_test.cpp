@@ -18,14 +18,10 @@ bool one_in_each(std::uint32_t count, const Value& value) {
     return intervals.size() == count && *intervals.begin() == 0;
 }
 
-TEST(Pattern, OneSampleIsTheExactCentre) {
-    const Offset centre = Pattern(0, 0).position(1, 0);
-    EXPECT_EQ(centre.x, 0.5f);
-    EXPECT_EQ(centre.y, 0.5f);
+TEST(Pattern, BeginsAtTheCentreAndStratifiesEachPowerOfFour) {
+    EXPECT_EQ(Pattern(0, 0).position(1, 0).x, 0.5f);
+    EXPECT_EQ(Pattern(0, 0).position(1, 0).y, 0.5f);
     EXPECT_NEAR(Pattern(2, 0).position(1, 0).x, 0.5f, 0.1);
-}
-
-TEST(Pattern, EachPowerOfFourIsStratified) {
     for (const float jitter : {0.0f, 0.5f, 1.0f}) {
         const Pattern pattern(3, jitter);
         const auto at = [&](std::uint32_t i) {
@@ -58,14 +54,6 @@ TEST(Pattern, TimesAreStratifiedAndKeepNoCompanyWithPositions) {
             product += (pattern.position(0, i).x - 0.5) * (sample_time(pixel, i) - 0.5);
     }
     EXPECT_NEAR(product / (64 * 16), 0, 0.01);  // 1/12 if time went with the position
-}
-
-TEST(Pattern, KeysDifferBetweenPixelsAndSamples) {
-    std::set<std::uint64_t> keys;
-    for (int y = 0; y < 32; ++y)
-        for (int x = 0; x < 32; ++x)
-            for (std::uint32_t i = 0; i < 4; ++i) keys.insert(sample_key(pixel_key(x, y), i));
-    EXPECT_EQ(keys.size(), 32u * 32 * 4);
 }
 
 }  // namespace

@@ -3,7 +3,6 @@
 #include "numeric/matrix.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <algorithm>
 #include <cmath>
@@ -11,34 +10,29 @@
 
 #include "frame/host.h"
 
+namespace orvane::numeric {
 namespace {
 
-using ::testing::ElementsAreArray;
-using ::testing::FloatNear;
-using ::testing::Pointwise;
+using testing::ElementsAreArray;
+using testing::FloatNear;
+using testing::Pointwise;
 
 constexpr float kQuarter = std::numbers::pi_v<float> / 2;
 constexpr miMatrix kIdentity = {1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1};
-constexpr miMatrix kCounting = {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16};
 
-void expect_vector(const miVector& v, float x, float y, float z) {
-    EXPECT_NEAR(v.x, x, 1e-5f);
-    EXPECT_NEAR(v.y, y, 1e-5f);
-    EXPECT_NEAR(v.z, z, 1e-5f);
+auto Is(float x, float y, float z) {
+    return testing::FieldsAre(FloatNear(x, 1e-5f), FloatNear(y, 1e-5f), FloatNear(z, 1e-5f));
 }
 
 TEST(Matrix, ProductTakesTheFirstOperandFirst) {
-    miMatrix moved, turned, both;
+    miMatrix moved, turned, both, a;
     mi_matrix_ident(moved);
     moved[12] = 1;
     mi_matrix_rotate(turned, 0, 0, kQuarter);
     mi_matrix_prod(both, moved, turned);
-    miVector p = {1, 0, 0};
-    mi_point_transform(&p, &p, both);
-    expect_vector(p, 0, 2, 0);
+    EXPECT_THAT(transform_point({1, 0, 0}, both), Is(0, 2, 0));
 
     // The product may be written over either operand, or both.
-    miMatrix a;
     std::copy_n(moved, 16, a);
     mi_matrix_prod(a, a, turned);
     EXPECT_THAT(a, ElementsAreArray(both));
@@ -46,19 +40,18 @@ TEST(Matrix, ProductTakesTheFirstOperandFirst) {
     mi_matrix_prod(a, moved, a);
     EXPECT_THAT(a, ElementsAreArray(both));
     mi_matrix_prod(turned, turned, turned);
-    expect_vector(orvane::numeric::transform_vector({1, 0, 0}, turned), -1, 0, 0);
+    EXPECT_THAT(transform_vector({1, 0, 0}, turned), Is(-1, 0, 0));
 }
 
 TEST(Matrix, RotatesRightHandedAboutXThenYThenZ) {
-    miMatrix m;
+    miMatrix m, x, y, z, product;
     mi_matrix_rotate(m, kQuarter, 0, 0);
-    expect_vector(orvane::numeric::transform_vector({0, 1, 0}, m), 0, 0, 1);
+    EXPECT_THAT(transform_vector({0, 1, 0}, m), Is(0, 0, 1));
     mi_matrix_rotate(m, 0, kQuarter, 0);
-    expect_vector(orvane::numeric::transform_vector({0, 0, 1}, m), 1, 0, 0);
+    EXPECT_THAT(transform_vector({0, 0, 1}, m), Is(1, 0, 0));
     mi_matrix_rotate(m, 0, 0, kQuarter);
-    expect_vector(orvane::numeric::transform_vector({1, 0, 0}, m), 0, 1, 0);
+    EXPECT_THAT(transform_vector({1, 0, 0}, m), Is(0, 1, 0));
 
-    miMatrix x, y, z, product;
     mi_matrix_rotate(x, 0.3f, 0, 0);
     mi_matrix_rotate(y, 0, -1.1f, 0);
     mi_matrix_rotate(z, 0, 0, 2.5f);
@@ -80,11 +73,12 @@ TEST(Matrix, InverseUndoesAndSingularIsRefused) {
     mi_matrix_prod(product, m, inverse);
     EXPECT_THAT(product, Pointwise(FloatNear(2e-3f), kIdentity));
 
-    const miMatrix flat = {1, 0, 0, 0, 0, 0, 0, 0, 0, 0, 1, 0, 3, 4, 5, 1};
-    const miMatrix tiny = {1e-39f, 0, 0, 0, 0, 1e-39f, 0, 0, 0, 0, 1e-39f, 0, 0, 0, 0, 1};
-    const miMatrix broken = {NAN, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1};
-    for (const auto* singular : {&flat, &kCounting, &tiny, &broken}) {
-        EXPECT_EQ(mi_matrix_invert(inverse, *singular), miFALSE);
+    const miMatrix singular[] = {{1, 0, 0, 0, 0, 0, 0, 0, 0, 0, 1, 0, 3, 4, 5, 1},
+                                 {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16},
+                                 {1e-39f, 0, 0, 0, 0, 1e-39f, 0, 0, 0, 0, 1e-39f, 0, 0, 0, 0, 1},
+                                 {NAN, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1}};
+    for (const miMatrix& matrix : singular) {
+        EXPECT_EQ(mi_matrix_invert(inverse, matrix), miFALSE);
         EXPECT_THAT(inverse, ElementsAreArray(kIdentity));
     }
 }
@@ -93,41 +87,32 @@ TEST(Transform, PointsMoveVectorsDoNotAndOnlyAWThatCountsDivides) {
     miVector p = {1, 2, 3}, v = p;
     const miMatrix moved = {2, 0, 0, 0, 0, 2, 0, 0, 0, 0, 2, 0, 10, 20, 30, 1};
     mi_point_transform(&p, &p, moved);
-    expect_vector(p, 12, 24, 36);
     mi_vector_transform(&v, &v, moved);
-    expect_vector(v, 2, 4, 6);
-
+    EXPECT_THAT(p, Is(12, 24, 36));
+    EXPECT_THAT(v, Is(2, 4, 6));
     const miMatrix perspective = {1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, -1, 0, 0, 0, 0};
-    miVector ahead = {2, 4, -2}, beside = {2, 4, 0};
-    mi_point_transform(&ahead, &ahead, perspective);
-    expect_vector(ahead, 1, 2, -1);
-    mi_point_transform(&beside, &beside, perspective);
-    expect_vector(beside, 2, 4, 0);
+    EXPECT_THAT(transform_point({2, 4, -2}, perspective), Is(1, 2, -1));
+    EXPECT_THAT(transform_point({2, 4, 0}, perspective), Is(2, 4, 0));
 }
 
 TEST(Spline, PassesThroughItsValuesWithoutKinksAndClamps) {
     const float values[] = {0.5f, 2, -1, 0.25f, 7};
-    for (int i = 0; i < 5; ++i) {
+    for (int i = 0; i < 5; ++i)
         EXPECT_FLOAT_EQ(mi_spline(static_cast<float>(i) / 4, 5, values), values[i]);
-    }
     EXPECT_EQ(mi_spline(-3, 5, values), 0.5f);
     EXPECT_EQ(mi_spline(1e30f, 5, values), 7);
     EXPECT_EQ(mi_spline(NAN, 5, values), 0.5f);
 
     // The same slope on both sides of an inner value: that of the line between its neighbours.
-    constexpr float kStep = 1e-3f;
-    const float before = (values[2] - mi_spline(0.5f - kStep, 5, values)) / kStep;
-    const float after = (mi_spline(0.5f + kStep, 5, values) - values[2]) / kStep;
-    EXPECT_NEAR(before, (0.25f - 2) * 2, 0.2f);
-    EXPECT_NEAR(after, (0.25f - 2) * 2, 0.2f);
-}
+    for (const float step : {-1e-3f, 1e-3f})
+        EXPECT_NEAR((mi_spline(0.5f + step, 5, values) - values[2]) / step, (0.25f - 2) * 2, 0.2f);
 
-TEST(Spline, FewValues) {
-    const float values[] = {3, 5};
+    // Few values.
     EXPECT_EQ(mi_spline(0.7f, 0, values), 0);
     EXPECT_EQ(mi_spline(0.7f, -1, nullptr), 0);
-    EXPECT_EQ(mi_spline(0.7f, 1, values), 3);
-    EXPECT_EQ(mi_spline(0.5f, 2, values), 4);
+    EXPECT_EQ(mi_spline(0.7f, 1, values), 0.5f);
+    EXPECT_EQ(mi_spline(0.5f, 2, values), 1.25f);
 }
 
 }  // namespace
+}  // namespace orvane::numeric

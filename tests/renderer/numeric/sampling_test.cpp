@@ -36,17 +36,14 @@ bool fills_all_boxes(int bits, const Point& point) {
 
 TEST(Sampling, EveryAlignedBlockFillsAllElementaryIntervals) {
     for (const std::uint64_t key : {0ull, 1ull, 0xffffffffffffffffull, 0x123456789abcdefull}) {
-        for (const int bits : {0, 1, 2, 3, 4, 6, 8, 10}) {
-            for (const std::uint32_t block : {0u, 1u, 2u, 7u, 1000u, (1u << (32 - bits - 1))}) {
+        for (const int bits : {0, 1, 2, 3, 4, 6, 8, 10})
+            for (const std::uint32_t block : {0u, 1u, 2u, 7u, 1000u, (1u << (32 - bits - 1))})
                 EXPECT_TRUE(fills_all_boxes(
                     bits, [&](std::uint32_t i) { return sample_2d(key, (block << bits) + i); }))
                     << key << ' ' << bits << ' ' << block;
-            }
-        }
         std::set<int> strata;
-        for (std::uint32_t i = 64; i < 128; ++i) {
+        for (std::uint32_t i = 64; i < 128; ++i)
             strata.insert(static_cast<int>(sample_1d(key, i) * 64));
-        }
         EXPECT_EQ(strata.size(), 64u);
     }
 }
@@ -69,31 +66,32 @@ TEST(Sampling, KeysAreUnrelated) {
     EXPECT_NE(mix(1, 2), mix(2, 1));
 }
 
-TEST(SampleOperation, SingleDrawsOfOneStateFillTheSquare) {
+class SampleOperation : public testing::Test {
+  protected:
+    SampleOperation() { state.sample_key = 77; }
+
+    // Expects a loop to end without a point.
+    void expect_end(int instance, miUint count) {
+        double untouched = -1;
+        EXPECT_EQ(mi_sample(&untouched, &instance, &state, 1, &count), miFALSE);
+        EXPECT_EQ(untouched, -1);
+    }
+
     miState state{};
-    state.sample_key = 77;
+};
+
+// Single draws of one state fill the square, whatever loops there are in between; each loop has
+// points of its own.
+TEST_F(SampleOperation, SingleDrawsAndLoopsFillTheSquare) {
+    const miUint n = 16;
+    std::set<double> seen;
     for (int round = 0; round < 3; ++round) {
         EXPECT_TRUE(fills_all_boxes(4, [&](std::uint32_t) {
             std::array<double, 2> p;
             EXPECT_EQ(mi_sample(p.data(), nullptr, &state, 2, nullptr), miTRUE);
             return p;
         }));
-
-        // A loop in between has points of its own and leaves the single draws in step.
-        const miUint n = 5;
-        double point[2];
-        for (int i = 0; mi_sample(point, &i, &state, 2, &n);) {
-        }
-    }
-}
-
-TEST(SampleOperation, LoopsGiveCountPointsAndDifferFromEachOther) {
-    miState state{};
-    state.sample_key = 78;
-    std::set<double> seen;
-    for (int loop = 0; loop < 2; ++loop) {
         int instance = 0;
-        const miUint n = 16;
         EXPECT_TRUE(fills_all_boxes(4, [&](std::uint32_t i) {
             std::array<double, 2> p{};
             EXPECT_EQ(mi_sample(p.data(), &instance, &state, 2, &n), miTRUE);
@@ -101,30 +99,20 @@ TEST(SampleOperation, LoopsGiveCountPointsAndDifferFromEachOther) {
             seen.insert(p[0]);
             return p;
         }));
-        double untouched = -1;
-        EXPECT_EQ(mi_sample(&untouched, &instance, &state, 1, &n), miFALSE);
-        EXPECT_EQ(untouched, -1);
+        expect_end(instance, n);
     }
-    EXPECT_EQ(seen.size(), 32u);
-
-    const miUint none = 0;
-    int instance = 0;
-    double untouched = -1;
-    EXPECT_EQ(mi_sample(&untouched, &instance, &state, 1, &none), miFALSE);
-    EXPECT_EQ(untouched, -1);
+    EXPECT_EQ(seen.size(), 3u * 16);
+    expect_end(0, 0);
 }
 
-// Successive points of three and more dimensions: all written, no two alike, no more.
-TEST(SampleOperation, WritesEveryDimensionAsked) {
-    miState state{};
+TEST_F(SampleOperation, WritesEveryDimensionAsked) {
     double mean[5] = {}, products = 0;
-    constexpr int kCount = 256;
-    for (int i = 0; i < kCount; ++i) {
+    for (int i = 0; i < 256; ++i) {
         double p[6] = {-1, -1, -1, -1, -1, -1};
         mi_sample(p, nullptr, &state, 5, nullptr);
         EXPECT_EQ(p[5], -1);
-        for (int k = 0; k < 5; ++k) mean[k] += p[k] / kCount;
-        products += (p[0] - 0.5) * (p[2] - 0.5) / kCount;
+        for (int k = 0; k < 5; ++k) mean[k] += p[k] / 256;
+        products += (p[0] - 0.5) * (p[2] - 0.5) / 256;
     }
     for (const double m : mean) EXPECT_NEAR(m, 0.5, 1e-2);
     EXPECT_NEAR(products, 0, 0.015);
