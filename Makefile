@@ -4,7 +4,6 @@
 
 BUILD := build/release
 SUDO := $(shell [ "$$(id -u)" = 0 ] || echo sudo)
-LAUNCHER := $(if $(shell command -v ccache),-DCMAKE_CXX_COMPILER_LAUNCHER=ccache)
 SOURCES = $(shell git ls-files '*.cpp' '*.h')
 
 .PHONY: demo test build configure packages format check-format clean
@@ -22,7 +21,7 @@ build: configure
 	cmake --build $(BUILD)
 
 configure: packages
-	cmake --preset release $(LAUNCHER)
+	cmake --preset release
 
 # Packages of Debian 12; nothing is asked of the system when all are there.
 packages:
