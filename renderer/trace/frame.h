@@ -9,7 +9,7 @@
 
 namespace orvane::trace {
 
-// What an eye ray saw; members beyond color are of what it met last, or 0.
+// What an eye ray saw; members beyond color are of what its first ray met, or 0.
 struct Seen {
     miColor color{};
     float depth = 0;
