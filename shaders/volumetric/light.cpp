@@ -17,6 +17,7 @@
 #include "frame/host.h"
 #include "volumetric/light_block.h"
 #include "volumetric/map_projection.h"
+#include "volumetric/slide.h"
 
 extern "C" {
 
@@ -102,15 +103,6 @@ static miColor light_color(miState* state, Orvane_Light_params* params) {
     return {c.r * intensity, c.g * intensity, c.b * intensity, c.a * intensity};
 }
 
-// Filters result by the slide at (u, v). A place that is no number has no slide.
-static void filter_by_slide(miColor* result, miState* state, miTag slide, miScalar u, miScalar v) {
-    if (!std::isfinite(u) || !std::isfinite(v)) return;
-    miVector coord = {u, v, 0};
-    miColor texel = {0, 0, 0, 0};
-    mi_lookup_color_texture(&texel, state, slide, &coord);
-    filter_rgb(result, texel.r, texel.g, texel.b);
-}
-
 // The slide of a spot light: its unit square holds the cone's circle.
 static void project_planar(miColor* result, miState* state, const Orvane_Light_params* params,
                            const LightShape* shape) {
@@ -121,15 +113,9 @@ static void project_planar(miColor* result, miState* state, const Orvane_Light_p
     miVector at;
     qv_SlideConvertToMapProj(to_slide, &state->org, &state->point, &at);
 
-    // Rotate and scale about the centre, then put the centre at (0.5, 0.5).
     const auto angle = static_cast<miScalar>(params->slide_rotation * 0.017453292519943295);
-    const double cosine = std::cos(double{angle}), sine = std::sin(double{angle});
-    const double scale = params->slide_scale;
-    const auto u = static_cast<miScalar>((at.x * cosine - at.y * sine) / scale + 0.5);
-    const auto v = static_cast<miScalar>((at.x * sine + at.y * cosine) / scale + 0.5);
-
-    const bool inside = u >= 0 && u <= 1 && v >= 0 && v <= 1;
-    if (inside || params->slide_repeat == 1) filter_by_slide(result, state, params->slide, u, v);
+    filter_by_turned_slide(result, state, params->slide, at.x, at.y, angle, params->slide_scale,
+                           params->slide_repeat);
 }
 
 // The slide of any other light: longitude and latitude around it.

@@ -1,0 +1,42 @@
+// The maps of a light in a volume, see light_set.h.
+#pragma once
+
+#include "volumetric/light_set.h"
+
+// The largest whole number not above x. Numbers beyond a billion, which are on no map, stop there.
+static inline int floor_to_int(miScalar x) {
+    if (!(x > -1e9f)) return -1000000000;
+    if (x > 1e9f) return 1000000000;
+    const int i = static_cast<int>(x);
+    return i - (x < static_cast<miScalar>(i));
+}
+
+extern "C" {
+
+// Sets the frame of a cone's map: its matrices and light_in_map. direction, origin, extent and
+// half_res are there.
+void qv_SetupPlanarDepthMap(VolumeLight* light, miState* state);
+
+// Fill every texel of the intensity map: the light's colour times slide, soft edge and noise.
+void qv_BuildPlanarIntenMap(VolumeLight* light, miState* state);
+void qv_BuildSphericIntenMap(VolumeLight* light, miState* state);
+
+// Traces the depth map. Its rays pass through the scene's volume, whose shader catches their
+// lengths (qv_CatchDepth). Uses up the state's point, normals and pri; its levels come back. An
+// abort leaves the rest of the map as it is.
+void qv_BuildDepthMap(VolumeShared* shared, VolumeLight* light, miState* state);
+
+// Whether the state is that of a depth ray: then its length went into the map.
+miBoolean qv_CatchDepth(VolumeShared* shared, const miState* state);
+
+// The texel that a point of internal space falls on as seen from the light of a cone, perhaps
+// outside the map; (-1, -1) for points that are not on the map's side of the light.
+void qv_ConvertToPlanarMapProj(const VolumeLight* light, const miVector* point, int* i, int* j);
+
+// Unit direction, in world space, of the centre of texel (i, j) of a spherical map.
+void qv_ConvertFromSphericMapProj(const VolumeLight* light, int i, int j, miVector* dir);
+
+// 0.5 plus layers of noise, each half as strong as the one before. The scale of the look-ups
+// accumulates: point x 1, 2, 8, 64, ... Without layers 0.5.
+miScalar qv_FractalNoise(const miVector* point, int octaves, miScalar amplitude);
+}
