@@ -3,14 +3,6 @@
 
 #include "volumetric/light_set.h"
 
-// The largest whole number not above x. Numbers beyond a billion, which are on no map, stop there.
-static inline int floor_to_int(miScalar x) {
-    if (!(x > -1e9f)) return -1000000000;
-    if (x > 1e9f) return 1000000000;
-    const int i = static_cast<int>(x);
-    return i - (x < static_cast<miScalar>(i));
-}
-
 extern "C" {
 
 // Sets the frame of a cone's map: its matrices and light_in_map. direction, origin, extent and
@@ -32,6 +24,11 @@ miBoolean qv_CatchDepth(VolumeShared* shared, const miState* state);
 // The texel that a point of internal space falls on as seen from the light of a cone, perhaps
 // outside the map; (-1, -1) for points that are not on the map's side of the light.
 void qv_ConvertToPlanarMapProj(const VolumeLight* light, const miVector* point, int* i, int* j);
+
+// The texel of a spherical map that a unit direction in world space falls on, perhaps the one
+// beyond the last: the largest whole numbers not above u N + 0.5 and v N + 0.5, (u, v) being what
+// qv_ConvertToSphericMapProj tells.
+void qv_ConvertToSphericTexel(const VolumeLight* light, miVector* dir, int* i, int* j);
 
 // Unit direction, in world space, of the centre of texel (i, j) of a spherical map.
 void qv_ConvertFromSphericMapProj(const VolumeLight* light, int i, int j, miVector* dir);

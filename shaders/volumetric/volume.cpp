@@ -23,7 +23,6 @@
 #include "frame/host.h"
 #include "volumetric/intersection.h"
 #include "volumetric/light_set.h"
-#include "volumetric/map_projection.h"
 #include "volumetric/maps.h"
 
 extern "C" {
@@ -241,14 +240,15 @@ void add_stretch(const March& march, miColor* result) {
     const Orvane_Volume_params* params = march.params;
     miScalar step = 0;
     const int count = steps(march, &step);
-    const miScalar clear = transparency(params, march.shared->march_fog_base, step);
+    const bool fog = fog_is_on(params);
+    const miScalar clear = fog ? transparency(params, march.shared->march_fog_base, step) : 1;
     miColor before = {0, 0, 0, 0};
     for (int k = 1; k <= count; ++k) {
         // The last sample is on the border of the nearest volume, whatever rounding says.
         const auto at = static_cast<miScalar>(march.far - static_cast<double>(k) / count *
                                                               static_cast<double>(march.span));
         const miScalar t = add_step(march, result, std::max(at, march.nearest), step, &before);
-        if (fog_is_on(params) && t + march.travelled > params->fog_start)
+        if (fog && t + march.travelled > params->fog_start)
             blend_rgb(result, params->fog_color, clear);
     }
 }
@@ -296,10 +296,7 @@ Texel texel_seen_from(const VolumeLight& light, const miVector& point, miVector 
     } else {
         miVector out = -to_light;
         mi_vector_to_world(state, &out, &out);
-        miScalar u, v;
-        qv_ConvertToSphericMapProj(&out, &u, &v);
-        const auto n = static_cast<miScalar>(light.map_resolution);
-        at = {floor_to_int(u * n + 0.5f), floor_to_int(v * n + 0.5f)};
+        qv_ConvertToSphericTexel(&light, &out, &at.i, &at.j);
     }
     return {std::clamp(at.i, 0, light.map_resolution - 1),
             std::clamp(at.j, 0, light.map_resolution - 1)};
