@@ -9,7 +9,7 @@ SOURCES = $(shell git ls-files '*.cpp' '*.h')
 .PHONY: demo test build configure packages format check-format clean
 
 demo: configure
-	cmake --build $(BUILD) --target orvane orvane_shaders
+	cmake --build $(BUILD) --target orvane orvane_shaders presets
 	@mkdir -p out
 	$(BUILD)/orvane render scenes/slide.mi
 	@echo "The picture is $(CURDIR)/out/slide.png (and slide.exr beside it)."

@@ -60,6 +60,40 @@ void add_render(CLI::App& app, RenderArguments& arguments, int& status) {
     render->callback([&arguments, &status] { status = commands::render(arguments); });
 }
 
+void add_preset(CLI::App& app, PresetArguments& arguments, int& status) {
+    CLI::App* preset =
+        app.add_subcommand("preset", "Put flare presets into pictures, get them out, check them");
+    preset->require_subcommand(1);
+
+    CLI::App* pack = preset->add_subcommand("pack", "Write a preset into a picture, its carrier");
+    pack->add_option("preset", arguments.preset, "text of the preset, or - for standard input")
+        ->required()
+        ->type_name("PRESET.flare");
+    pack->add_option("-o,--output", arguments.carrier, "carrier to write: a png, tif or tga file")
+        ->required()
+        ->type_name("CARRIER.png");
+    pack->add_option("--picture", arguments.picture,
+                     "picture of 8 bits whose colors the carrier keeps (default: plain grey)")
+        ->type_name("FILE");
+    pack->callback([&arguments, &status] { status = pack_preset(arguments); });
+
+    CLI::App* unpack = preset->add_subcommand("unpack", "Print the preset that a carrier holds");
+    unpack->add_option("carrier", arguments.carrier, "picture that holds a preset")
+        ->required()
+        ->type_name("CARRIER.png");
+    unpack->add_flag("--all", arguments.all, "print the bytes of all pixels");
+    unpack->callback([&arguments, &status] { status = unpack_preset(arguments); });
+
+    CLI::App* check = preset->add_subcommand("check", "Tell what is wrong in presets");
+    check
+        ->add_option("presets", arguments.checked,
+                     "texts, or - for standard input; a file that is named as pictures "
+                     "are (.png, .tif, ...) is a carrier")
+        ->required()
+        ->type_name("PRESET.flare|CARRIER.png");
+    check->callback([&arguments, &status] { status = check_preset(arguments); });
+}
+
 int tell(Level level, Exit status, const std::string& line, const std::string& details = {}) {
     message(level, line);
     if (!details.empty() && verbosity() >= static_cast<int>(level)) std::cerr << details << '\n';
@@ -75,6 +109,8 @@ int run(int argc, char** argv) {
     RenderArguments arguments;
     int status = 0;
     add_render(app, arguments, status);
+    PresetArguments preset;
+    add_preset(app, preset, status);
     try {
         app.parse(argc, argv);
         return status;

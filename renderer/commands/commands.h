@@ -29,4 +29,18 @@ struct RenderArguments {
 // number of the signal that stopped it, or 0. Throws Error, world::Fatal, std::bad_alloc.
 int render(const RenderArguments& arguments);
 
+struct PresetArguments {
+    std::string preset;                // text, or - for standard input
+    std::string carrier;               // picture
+    std::string picture;               // that the text is laid under; empty = a plain one
+    bool all = false;                  // unpack all bytes of the carrier
+    std::vector<std::string> checked;  // texts, -, or carriers
+};
+
+// Flare presets in the alpha channel of pictures. They tell all faults of a preset's text, as the
+// reader of flares would find them, and return the exit status. Throw Error for files.
+int pack_preset(const PresetArguments& arguments);
+int unpack_preset(const PresetArguments& arguments);  // to standard output
+int check_preset(const PresetArguments& arguments);
+
 }  // namespace orvane::commands

@@ -63,7 +63,7 @@ class Session {
   public:
     explicit Session(const RenderArguments& arguments)
         : arguments_(arguments),
-          base_(fs::path(arguments.scene).parent_path()),
+          texture_path_{fs::path(arguments.scene).parent_path(), "", program_folder()},
           libraries_(link_path(arguments)) {}
 
     void render(const scene::Scene& scene, const scene::RenderCommand& command);
@@ -89,7 +89,7 @@ class Session {
     std::string picture_name(const world::World& world) const;
 
     const RenderArguments& arguments_;
-    fs::path base_;
+    std::vector<fs::path> texture_path_;
     plugin::Libraries libraries_;
     world::PictureCache pictures_;
     std::set<std::string> linked_;
@@ -192,7 +192,7 @@ void Session::render(const scene::Scene& scene, const scene::RenderCommand& comm
     ++frames_;
     link(scene);
     ProgressLine progress;
-    world::World world(scene, command, libraries_, pictures_, base_,
+    world::World world(scene, command, libraries_, pictures_, texture_path_,
                        {arguments_.resolution, arguments_.samples, arguments_.window});
     check_outputs(world);
     trace::Frame frame(world);

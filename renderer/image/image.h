@@ -38,6 +38,17 @@ class Image {
     std::vector<miColor> pixels_;
 };
 
+// What a picture file says of itself before its pixels.
+struct PictureHeader {
+    int width, height;
+    bool has_alpha;  // that read_image() takes from the file
+    bool is_8_bit;
+};
+PictureHeader read_header(const std::filesystem::path& file);  // throws as read_image() does
+
+// Whether the name ends as pictures do that read_image() can read.
+bool is_picture_name(const std::filesystem::path& file);
+
 // Reads a picture of any format that the image library knows; grey is spread to r, g, b and a
 // missing alpha is 1. Values of integer formats are raised to 1 / gamma; those of float formats
 // stay. Throws Error (Exit::Input) with a line that names the file.

@@ -21,6 +21,7 @@ struct PictureSettings {
     scene::Options::ColorClip colorclip = scene::Options::ColorClip::Raw;
     bool desaturate = false;
     bool premultiply = true;  // false: integer formats get colour divided by alpha
+    bool data_alpha = false;  // alpha is no coverage: files that can tell say so
     bool dither = true;       // integer formats of 8 bits: a fixed pattern of half a step
     std::map<std::string, std::string> metadata;  // for formats that carry it
 };

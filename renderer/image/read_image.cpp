@@ -1,9 +1,8 @@
-// Images from picture files, over OpenImageIO, and from the bytes of a scene text.
-
-#include <OpenImageIO/imageio.h>
+// Images from picture files and from the bytes of a scene text.
 
 #include <algorithm>
 #include <bit>
+#include <cctype>
 #include <cerrno>
 #include <cmath>
 #include <cstring>
@@ -12,17 +11,12 @@
 #include <stdexcept>
 #include <system_error>
 
+#include "image/codec.h"
 #include "image/image.h"
 #include "scene/errors.h"
 
 namespace orvane::image {
 namespace {
-
-// Keeps a broken header from taking all memory: 4 GB are room for 16384 x 16384 pixels.
-bool is_sound_size(int width, int height) {
-    constexpr std::int64_t kMostPixels = std::int64_t{1} << 28;
-    return width > 0 && height > 0 && std::int64_t{width} * height <= kMostPixels;
-}
 
 // Beyond these values a blend of pixels might not be finite.
 constexpr float kLargest = 1e38f;
@@ -69,39 +63,46 @@ float component(const std::uint8_t* bytes, int depth) {
     return static_cast<float>(value) / (depth == 1 ? 255.0f : 65535.0f);
 }
 
+Decoded decode_checked(const std::filesystem::path& file, bool pixels) {
+    check_file(file);
+    try {
+        Decoded picture = decode(file, pixels);
+        if (!is_sound_size(picture.width, picture.height))
+            throw std::runtime_error("its size is not sound");
+        return picture;
+    } catch (const std::runtime_error& fault) {
+        throw cannot_read(file, fault.what());
+    }
+}
+
 }  // namespace
 
+PictureHeader read_header(const std::filesystem::path& file) {
+    const Decoded picture = decode_checked(file, false);
+    return {picture.width, picture.height, picture.channels == 2 || picture.channels == 4,
+            picture.is_8_bit};
+}
+
+bool is_picture_name(const std::filesystem::path& file) {
+    std::string extension = file.extension().string();
+    if (extension.size() < 2) return false;
+    std::ranges::transform(extension, extension.begin(),
+                           [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+    if (extension == ".png") return true;
+    return (',' + other_formats().extensions() + ',').find(',' + extension.substr(1) + ',') !=
+           std::string::npos;
+}
+
 Image read_image(const std::filesystem::path& file, float gamma) {
-    check_file(file);
-
-    // Open the file; what stands in it is taken as it is, not multiplied by alpha.
-    OIIO::ImageSpec config;
-    config.attribute("oiio:UnassociatedAlpha", 1);
-    const auto input = OIIO::ImageInput::open(file.string(), &config);
-    if (!input) throw cannot_read(file, OIIO::geterror());
-    const OIIO::ImageSpec& header = input->spec();
-    if (header.depth > 1 || header.nchannels < 1 || header.deep) {
-        throw cannot_read(file, "not a flat picture");
-    }
-    if (!is_sound_size(header.width, header.height))
-        throw cannot_read(file, "its size is not sound");
-
-    // Read up to four channels straight into the pixels, from the top row down.
-    Image image(header.width, header.height);
-    const int channels = std::min(header.nchannels, 4);
-    constexpr auto kPixel = static_cast<OIIO::stride_t>(sizeof(miColor));
-    if (!input->read_image(0, 0, 0, channels, OIIO::TypeDesc::FLOAT,
-                           &image.at(0, image.height() - 1), kPixel, -kPixel * header.width)) {
-        throw cannot_read(file, input->geterror());
-    }
-
+    Decoded picture = decode_checked(file, true);
+    Image& image = picture.image;
     const std::span<miColor> pixels(&image.at(0, 0), image.pixels().size());
-    complete(pixels, channels);
-    if (gamma != 1 && !header.format.is_floating_point()) {
+    complete(pixels, picture.channels);
+    if (gamma != 1 && !picture.is_float) {
         for (miColor& c : pixels) raise(c, 1 / gamma);
     }
     std::ranges::for_each(pixels, make_finite);
-    return image;
+    return std::move(image);
 }
 
 Image image_from_bytes(int width, int height, int depth, const std::vector<std::uint8_t>& bytes,

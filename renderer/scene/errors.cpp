@@ -24,18 +24,9 @@ std::string source_line(const scene::Place& place) {
 
 // The line and a caret under the column; empty when the line cannot be read again.
 std::string quote(const scene::Place& place) {
-    std::string line = source_line(place);
+    const std::string line = source_line(place);
     if (line.empty() || place.column > static_cast<int>(line.size()) + 1) return {};
-
-    // Keep the part around the column of a line that is too long to show.
-    const int column = place.column - 1;
-    const int begin = std::max(0, column - kShownColumns / 2);
-    line = line.substr(static_cast<std::size_t>(begin), kShownColumns);
-    for (char& c : line) {
-        if (static_cast<unsigned char>(c) < ' ' || c == 127) c = ' ';
-    }
-    while (!line.empty() && line.back() == ' ') line.pop_back();
-    return "  " + line + "\n  " + std::string(static_cast<std::size_t>(column - begin), ' ') + "^";
+    return with_caret(line, place.column);
 }
 
 // Edits (insert, delete, replace, swap neighbours) that turn a into b.
@@ -70,6 +61,18 @@ Error error_at(const scene::Place& place, Exit status, const std::string& what,
     std::string details = quote(place);
     if (!details.empty() && !hint.empty()) details += "\n";
     return {status, where + ": error: " + what, details + hint};
+}
+
+std::string with_caret(std::string line, int column) {
+    // Keep the part around the column of a line that is too long to show.
+    const int begin = std::max(0, column - 1 - kShownColumns / 2);
+    line = line.substr(static_cast<std::size_t>(begin), kShownColumns);
+    for (char& c : line) {
+        if (static_cast<unsigned char>(c) < ' ' || c == 127) c = ' ';
+    }
+    while (!line.empty() && line.back() == ' ') line.pop_back();
+    return "  " + line + "\n  " + std::string(static_cast<std::size_t>(column - 1 - begin), ' ') +
+           "^";
 }
 
 std::string nearest_name(const std::string& name, const std::vector<std::string>& candidates) {

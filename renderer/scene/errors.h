@@ -39,6 +39,9 @@ std::string to_string(const scene::Place& place);
 [[nodiscard]] Error error_at(const scene::Place& place, Exit status, const std::string& what,
                              const std::string& hint = {});
 
+// A line of a text, shortened around the column (from 1) when it is long, and below it a caret.
+std::string with_caret(std::string line, int column);
+
 // The candidate that name is probably a misspelling of, or "" when none is near.
 std::string nearest_name(const std::string& name, const std::vector<std::string>& candidates);
 

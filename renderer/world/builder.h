@@ -39,12 +39,12 @@ std::vector<Leaf> flatten(const scene::Scene& scene, const std::string& root,
 class Builder : public plugin::Resolver {
   public:
     Builder(World& world, const scene::Scene& scene, const plugin::Libraries& libraries,
-            PictureCache& pictures, std::filesystem::path base)
+            PictureCache& pictures, const std::vector<std::filesystem::path>& texture_path)
         : world_(world),
           scene_(scene),
           libraries_(libraries),
           pictures_(pictures),
-          base_(std::move(base)) {}
+          texture_path_(texture_path) {}
 
     void build(const scene::RenderCommand& command, const Overrides& overrides);
 
@@ -70,6 +70,7 @@ class Builder : public plugin::Resolver {
     // materials.cpp
     miTag material(const std::string& name, const scene::Place& place);
     miTag texture(const std::string& name, const scene::Place& place);
+    std::filesystem::path find_picture(const scene::Texture& source) const;
     std::shared_ptr<const image::Image> picture(const scene::Texture& source);
 
     // functions.cpp
@@ -86,7 +87,7 @@ class Builder : public plugin::Resolver {
     const scene::Scene& scene_;
     const plugin::Libraries& libraries_;
     PictureCache& pictures_;
-    std::filesystem::path base_;
+    const std::vector<std::filesystem::path>& texture_path_;
 
     std::map<std::string, std::vector<miTag>> instances_;  // by name, one a path
     std::vector<std::pair<Light*, miTag>> lights_;         // with their instances

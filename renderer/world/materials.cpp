@@ -1,5 +1,7 @@
 // Materials and textures, made when first named.
 
+#include <algorithm>
+
 #include "scene/messages.h"
 #include "world/builder.h"
 
@@ -51,7 +53,23 @@ miTag Builder::texture(const std::string& name, const scene::Place& place) {
     return textures_[name] = world_.database_.add(miITEM_TEXTURE, &stored);
 }
 
-// A file is looked for in the folder of the text that names it, of the scene, and here.
+// A file is looked for in the folder of the text that names it, then along the texture path.
+std::filesystem::path Builder::find_picture(const scene::Texture& source) const {
+    const std::filesystem::path file = source.file;
+    std::vector<std::filesystem::path> folders = {
+        std::filesystem::path(*source.place.file).parent_path()};
+    folders.insert(folders.end(), texture_path_.begin(), texture_path_.end());
+    std::string searched;
+    for (auto folder = folders.begin(); folder != folders.end(); ++folder) {
+        std::error_code ignored;
+        if (std::filesystem::exists(*folder / file, ignored)) return *folder / file;
+        if (std::find(folders.begin(), folder, *folder) == folder)
+            searched += ' ' + (folder->empty() ? "." : folder->string());
+    }
+    throw error_at(source.place, Exit::Input, "cannot find the picture \"" + source.file + '"',
+                   file.is_absolute() ? "" : "looked in:" + searched);
+}
+
 std::shared_ptr<const image::Image> Builder::picture(const scene::Texture& source) {
     const float gamma = world_.options_.gamma;
     if (source.file.empty()) {
@@ -62,14 +80,7 @@ std::shared_ptr<const image::Image> Builder::picture(const scene::Texture& sourc
             throw error_at(source.place, Exit::Scene, fault.what());
         }
     }
-    std::filesystem::path file = source.file;
-    const std::filesystem::path here = std::filesystem::path(*source.place.file).parent_path();
-    for (const auto& folder : {here, base_, std::filesystem::path()}) {
-        std::error_code ignored;
-        if (!std::filesystem::exists(folder / source.file, ignored)) continue;
-        file = folder / source.file;
-        break;
-    }
+    const std::filesystem::path file = find_picture(source);
     auto& cached = pictures_[{file, gamma}];
     if (cached) return cached;
     try {

@@ -11,6 +11,19 @@
 
 namespace orvane::world {
 
+void Allocator::link(Shard& shard, Header* header) {
+    header->previous = nullptr;
+    header->next = shard.first;
+    if (shard.first) shard.first->previous = header;
+    shard.first = header;
+}
+
+void Allocator::unlink(Shard& shard, Header* header) {
+    if (header->previous) header->previous->next = header->next;
+    if (header->next) header->next->previous = header->previous;
+    if (shard.first == header) shard.first = header->next;
+}
+
 void* Allocator::allocate(const char* file, int line, std::size_t size) {
     auto* header = static_cast<Header*>(std::calloc(1, kHeader + size));
     if (!header) return nullptr;
@@ -21,20 +34,28 @@ void* Allocator::allocate(const char* file, int line, std::size_t size) {
     header->size = size;
     Shard& shard = shards_[header->shard];
     const std::scoped_lock guard(shard.mutex);
-    header->next = shard.first;
-    if (shard.first) shard.first->previous = header;
-    shard.first = header;
+    link(shard, header);
     return reinterpret_cast<std::byte*>(header) + kHeader;
 }
 
 void* Allocator::reallocate(const char* file, int line, void* p, std::size_t size) {
-    void* moved = allocate(file, line, size);
-    if (!moved || !p) return moved;
-    const auto* header =
-        reinterpret_cast<const Header*>(static_cast<const std::byte*>(p) - kHeader);
-    std::memcpy(moved, p, std::min(size, header->size));
-    release(p);
-    return moved;
+    if (!p) return allocate(file, line, size);
+    auto* header = reinterpret_cast<Header*>(static_cast<std::byte*>(p) - kHeader);
+    const std::size_t before = header->size;
+    Shard& shard = shards_[header->shard];
+    const std::scoped_lock guard(shard.mutex);
+    unlink(shard, header);
+    auto* moved = static_cast<Header*>(std::realloc(header, kHeader + size));
+    if (moved) {
+        header = moved;
+        header->file = file ? file : "?";
+        header->line = line;
+        header->size = size;
+        auto* bytes = reinterpret_cast<std::byte*>(header) + kHeader;
+        if (size > before) std::memset(bytes + before, 0, size - before);
+    }
+    link(shard, header);
+    return moved ? reinterpret_cast<std::byte*>(header) + kHeader : nullptr;
 }
 
 void Allocator::release(void* p) {
@@ -43,9 +64,7 @@ void Allocator::release(void* p) {
     {
         Shard& shard = shards_[header->shard];
         const std::scoped_lock guard(shard.mutex);
-        if (header->previous) header->previous->next = header->next;
-        if (header->next) header->next->previous = header->previous;
-        if (shard.first == header) shard.first = header->next;
+        unlink(shard, header);
     }
     std::free(header);
 }

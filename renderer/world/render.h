@@ -52,6 +52,9 @@ class Allocator {
         Header* first = nullptr;
     };
 
+    static void link(Shard& shard, Header* header);
+    static void unlink(Shard& shard, Header* header);
+
     std::array<Shard, 16> shards_;
 };
 

@@ -19,8 +19,8 @@ void Builder::build(const scene::RenderCommand& command, const Overrides& overri
 
 World::World(const scene::Scene& scene, const scene::RenderCommand& command,
              const plugin::Libraries& libraries, PictureCache& pictures,
-             const std::filesystem::path& base, const Overrides& overrides) {
-    Builder(*this, scene, libraries, pictures, base).build(command, overrides);
+             const std::vector<std::filesystem::path>& texture_path, const Overrides& overrides) {
+    Builder(*this, scene, libraries, pictures, texture_path).build(command, overrides);
 }
 
 World::~World() = default;

@@ -48,12 +48,13 @@ using PictureCache =
 // Immutable once built, but for the shaders' user pointers.
 class World {
   public:
-    // Resolves what a render command names. base is the folder of the scene file. Throws Error
-    // at the place of the fault: Exit::Scene for names that lead nowhere and groups that
-    // contain themselves, Exit::Shader for shaders, Exit::Input for pictures.
+    // Resolves what a render command names. Textures are looked for beside the text that names
+    // them, then in the folders of texture_path. Throws Error at the place of the fault:
+    // Exit::Scene for names that lead nowhere and groups that contain themselves, Exit::Shader
+    // for shaders, Exit::Input for pictures.
     World(const scene::Scene& scene, const scene::RenderCommand& command,
           const plugin::Libraries& libraries, PictureCache& pictures,
-          const std::filesystem::path& base, const Overrides& overrides);
+          const std::vector<std::filesystem::path>& texture_path, const Overrides& overrides);
     ~World();
     World(const World&) = delete;
     World& operator=(const World&) = delete;

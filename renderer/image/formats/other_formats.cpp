@@ -1,0 +1,169 @@
+// The module of the picture formats that OpenImageIO reads and writes, see codec.h.
+
+#include <OpenImageIO/filesystem.h>
+#include <OpenImageIO/imageio.h>
+#include <sys/mman.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <stdexcept>
+#include <utility>
+
+#include "image/codec.h"
+
+namespace orvane::image {
+namespace {
+
+namespace fs = std::filesystem;
+
+[[noreturn]] void throw_errno() { throw std::runtime_error(std::strerror(errno)); }
+
+OIIO::TypeDesc type_of(Sample sample) {
+    switch (sample) {
+        case Sample::Byte:
+            return OIIO::TypeDesc::UINT8;
+        case Sample::Word:
+            return OIIO::TypeDesc::UINT16;
+        case Sample::Half:
+            return OIIO::TypeDesc::HALF;
+        default:
+            return OIIO::TypeDesc::FLOAT;
+    }
+}
+
+OIIO::ImageSpec describe(const Encoding& picture) {
+    const auto& [format, layout, settings, width, height, values] = picture;
+    OIIO::ImageSpec header(width, height, static_cast<int>(layout.channels.size()),
+                           type_of(layout.sample));
+    const bool tiff = format.writer == "tiff";
+
+    // Keep the library from storing the time: the same picture is the same file.
+    header.attribute("DateTime", "");
+    for (const auto& [name, value] : settings.metadata) header.attribute(name, value);
+    header.attribute("Software", "orvane");
+
+    // Keep the library from dividing by alpha. TIFF alone tells its readers which it is.
+    const bool integer = layout.sample == Sample::Byte || layout.sample == Sample::Word;
+    const bool divided = integer && !settings.premultiply;
+    if (!tiff || divided || settings.data_alpha) header.attribute("oiio:UnassociatedAlpha", 1);
+
+    std::string compression = settings.compression;
+    if (format.name == "tifu") compression = "none";
+    if (format.writer == "jpeg" && settings.quality >= 0) {
+        compression = "jpeg:";
+        compression += std::to_string(std::clamp(settings.quality, 1, 100));
+    }
+    if (!compression.empty()) header.attribute("compression", compression);
+    return header;
+}
+
+// A file in memory, for writers that only know files.
+class MemoryFile {
+  public:
+    MemoryFile() : descriptor_(memfd_create("picture", MFD_CLOEXEC)) {
+        if (descriptor_ < 0) throw_errno();
+    }
+    ~MemoryFile() { close(descriptor_); }
+    MemoryFile(const MemoryFile&) = delete;
+    MemoryFile& operator=(const MemoryFile&) = delete;
+
+    std::string name() const {
+        return std::string("/proc/self/fd/").append(std::to_string(descriptor_));
+    }
+
+    std::vector<unsigned char> bytes() const {
+        std::vector<unsigned char> result(fs::file_size(name()));
+        for (std::size_t done = 0; done < result.size();) {
+            const ssize_t count = pread(descriptor_, result.data() + done, result.size() - done,
+                                        static_cast<off_t>(done));
+            if (count <= 0) throw_errno();
+            done += static_cast<std::size_t>(count);
+        }
+        return result;
+    }
+
+  private:
+    int descriptor_;
+};
+
+void encode(OIIO::ImageOutput& output, const std::string& name, const OIIO::ImageSpec& header,
+            const std::vector<std::uint8_t>& values) {
+    const OIIO::TypeDesc given =
+        header.format.is_floating_point() ? OIIO::TypeDesc::FLOAT : header.format;
+    if (!output.open(name, header) || !output.write_image(given, values.data()) ||
+        !output.close()) {
+        throw std::runtime_error(output.geterror());
+    }
+}
+
+// Reads a picture back, since its writer may not have noticed that it was cut short.
+void check_complete(const std::string& name, const PictureFormat& format) {
+    const auto input = OIIO::ImageInput::create(std::string(format.writer));
+    OIIO::ImageSpec header;
+    if (!input || !input->open(name, header)) throw std::runtime_error("the picture is cut short");
+    std::vector<float> values(header.image_pixels() * static_cast<std::size_t>(header.nchannels));
+    if (!input->read_image(0, 0, 0, header.nchannels, OIIO::TypeDesc::FLOAT, values.data())) {
+        throw std::runtime_error("the picture is cut short");
+    }
+}
+
+std::vector<std::uint8_t> encode_other(const Encoding& picture) {
+    const OIIO::ImageSpec header = describe(picture);
+    const auto output = OIIO::ImageOutput::create(std::string(picture.format.writer));
+    if (!output) throw std::runtime_error(OIIO::geterror());
+
+    if (output->supports("ioproxy")) {
+        OIIO::Filesystem::IOVecOutput memory;
+        output->set_ioproxy(&memory);
+        encode(*output, "picture." + std::string(picture.format.name), header, picture.values);
+        return std::move(memory.buffer());
+    }
+    const MemoryFile memory;
+    encode(*output, memory.name(), header, picture.values);
+    check_complete(memory.name(), picture.format);
+    return memory.bytes();
+}
+
+// What stands in a picture is taken as it is, not multiplied by alpha.
+Decoded decode_other(const fs::path& file, bool pixels) {
+    OIIO::ImageSpec config;
+    config.attribute("oiio:UnassociatedAlpha", 1);
+    const auto input = OIIO::ImageInput::open(file.string(), &config);
+    if (!input) throw std::runtime_error(OIIO::geterror());
+    const OIIO::ImageSpec& header = input->spec();
+    if (header.depth > 1 || header.nchannels < 1 || header.deep)
+        throw std::runtime_error("not a flat picture");
+
+    Decoded picture = {header.width,
+                       header.height,
+                       std::min(header.nchannels, 4),
+                       header.format.is_floating_point(),
+                       header.format == OIIO::TypeDesc::UINT8,
+                       {}};
+    if (!pixels || !is_sound_size(header.width, header.height)) return picture;
+
+    // Read straight into the pixels, from the top row down.
+    picture.image = Image(header.width, header.height);
+    constexpr auto kPixel = static_cast<OIIO::stride_t>(sizeof(miColor));
+    if (!input->read_image(0, 0, 0, picture.channels, OIIO::TypeDesc::FLOAT,
+                           &picture.image.at(0, header.height - 1), kPixel, -kPixel * header.width))
+        throw std::runtime_error(input->geterror());
+    return picture;
+}
+
+// The library lists its formats as "png:png;tiff:tif,tiff;...".
+std::string extensions() {
+    std::string list = OIIO::get_string_attribute("extension_list");
+    std::ranges::replace_if(
+        list, [](char c) { return c == ':' || c == ';'; }, ',');
+    return list;
+}
+
+}  // namespace
+
+extern "C" __attribute__((visibility("default"))) const OtherFormats orvane_other_formats;
+const OtherFormats orvane_other_formats = {decode_other, encode_other, extensions};
+
+}  // namespace orvane::image
