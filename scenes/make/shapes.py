@@ -171,7 +171,7 @@ class Mesh:
             self.flat([(0, a[1], a[0]), (length, a[1], a[0]),
                        (length, b[1], b[0]), (0, b[1], b[0])], scale)
 
-    def write(self, path, name, remark):
+    def write(self, path, name, remark, maker="meshes.py"):
         """Writes the object; its polygons name no material, so the instance supplies it."""
         vectors, vertices = {}, {}
 
@@ -190,7 +190,7 @@ class Mesh:
                 ids.append(index(vertices, key))
             if len(set(ids)) > 2:
                 polygons.append("c " + " ".join(map(str, ids)))
-        text = [f"# {remark}", "# Made by scenes/make/meshes.py.", "",
+        text = [f"# {remark}", f"# Made by scenes/make/{maker}.", "",
                 f'object "{name}"', "visible on  shadow on  trace on", "group"]
         text += list(vectors)
         text += [f"v {p} n {n} t {t}" for p, n, t in vertices]
