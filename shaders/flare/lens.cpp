@@ -42,7 +42,7 @@ namespace {
 
 constexpr const char* kName = "Orvane Lens";
 constexpr int kThreads = 96;
-constexpr int kMostPasses = 1'000'000;  // of sampling a light's visibility, settled or not
+constexpr int kMostPasses = 1'000'000;  // of visibility sampling that does not settle
 constexpr int kMostDraws = 100;         // for one point on the lens
 
 struct LensInstance {
@@ -68,14 +68,16 @@ miVector on_lens(miState* state, miScalar radius) {
 // What a light sends to the state's point, averaged over its samples.
 miColor sampled(miState* state, miTag light) {
     miColor sum = {0, 0, 0, 0}, one;
+    miVector dir;
+    miScalar dot_nl;
     int samples = 0;
-    while (mi_sample_light(&one, nullptr, nullptr, state, light, &samples)) {
+    while (mi_sample_light(&one, &dir, &dot_nl, state, light, &samples)) {
         sum.r += one.r;
         sum.g += one.g;
         sum.b += one.b;
     }
-    if (samples > 1) scale_rgb(&sum, 1 / static_cast<miScalar>(samples));
-    return sum;
+    const auto n = static_cast<miScalar>(std::max(samples, 1));
+    return {sum.r / n, sum.g / n, sum.b / n, 0};
 }
 
 // The mean light that reaches the lens, over passes until they settle.
@@ -100,8 +102,9 @@ miColor visible_colour(const Orvane_Light_params* params, miTag light, const miS
         const auto n = static_cast<miScalar>(passes);
         average = {total.r / n, total.g / n, total.b / n, 0};
         now = luminance(average);
-    } while (params->flare_samples > 1 && passes < kMostPasses && !mi_par_aborted() &&
-             (passes < params->flare_samples || std::abs(now - before) > 0.001f));
+    } while (params->flare_samples > 1 && !mi_par_aborted() &&
+             (passes < params->flare_samples ||
+              (passes < kMostPasses && std::abs(now - before) > 0.001f)));
     return average;
 }
 
@@ -113,7 +116,7 @@ miScalar edge_fade(miScalar excess, miScalar margin) {
 
 // Where a light stands on the screen; false behind the camera or too far outside the frame.
 bool project(const Orvane_Lens_params* params, const miVector& p, miState* state, FlareLight* light,
-             miScalar* fade) {
+             miScalar fade[2]) {
     if (!(p.z < 0)) return false;
     const miCamera& camera = *state->camera;
     const miScalar zoom = camera.focal / camera.aperture;
@@ -123,7 +126,8 @@ bool project(const Orvane_Lens_params* params, const miVector& p, miState* state
     const miScalar ex = std::abs(light->x) - 0.5f;
     const miScalar ey = std::abs(light->y * camera.aspect) - 0.5f;
     if (ex > params->edge_margin || ey > params->edge_margin) return false;
-    *fade = edge_fade(ex, params->edge_margin) * edge_fade(ey, params->edge_margin);
+    fade[0] = edge_fade(ex, params->edge_margin);
+    fade[1] = edge_fade(ey, params->edge_margin);
     return true;
 }
 
@@ -135,106 +139,131 @@ void read_preset(const Orvane_Lens_params* params, FlareLight* light) {
     if (light->primitive_count > 0) placePrimitives(light, params->preset_blend);
 }
 
-// Fills the record of light number index of the list; false when the light does not flare.
-bool set_up_light(const Orvane_Lens_params* params, int index, miTag instance, FlareLight* light,
-                  miState* state) {
-    miVector origin, direction;
-    int type = 0;
-    if (!qv_VerifyLight(state, instance, &origin, &direction, &type, &light->params)) return false;
-    Orvane_Light_params* of_light = light->params;
-    mi_point_to_camera(state, &origin, &origin);
-
-    // Other shaders that read the light's block see this, too.
-    if (of_light->flare_sample_radius > 0) of_light->flare_samples = 1000;
-    light->colour = visible_colour(of_light, instance, state);
-    const miScalar brightness = luminance(light->colour);
-    light->visible = std::isfinite(brightness) && brightness != 0;
-
-    miScalar fade = 1;
-    if (!project(params, origin, state, light, &fade)) return false;
-    buildStarTables(light, index, state);
-    if (of_light->glow_on == miTRUE)
-        light->glow_radius =
-            of_light->glow_size * state->camera->focal / light->depth / state->camera->aperture;
-    read_preset(params, light);
-    scale_rgb(&light->colour, fade);
-    light->glow_colour = of_light->color;
-    return true;
-}
-
-void set_up_lens(const Orvane_Lens_params* params, LensInstance* lens, miState* state) {
-    constexpr int kMost = 0x7fffffff / static_cast<int>(sizeof(FlareLight));
-    if (params->n_light > 0 && params->n_light <= kMost)
-        lens->lights = static_cast<FlareLight*>(mi_mem_int_allocate(
-            "Orvane_Lens", __LINE__, params->n_light * static_cast<int>(sizeof(FlareLight))));
-    const miTag* light = params->light;
-    light += params->i_light;
-    for (int j = 0; lens->lights && j < params->n_light; ++j)
-        if (set_up_light(params, j, light[j], &lens->lights[lens->count], state)) ++lens->count;
-}
-
-// The glow is hidden by what the ray has hit in front of the light.
-void add_glows(miState* state, miColor* result, const LensInstance* lens, miScalar X, miScalar Y,
-               miScalar dist) {
-    for (int i = 0; i < lens->count; ++i) {
-        const FlareLight& light = lens->lights[i];
-        if (light.params->glow_on != miTRUE || !(dist > light.depth || dist == 0)) continue;
-        miColor g;
-        if (!drawCircle(state, &g, light.glow_colour, X, Y, light.x, light.y, light.glow_radius, 3,
-                        light.params->glow_falloff, 1))
-            continue;
-        scale_rgb(&g, light.params->glow_intensity);
-        *result = {result->r + g.r, result->g + g.g, result->b + g.b, result->a};
-    }
+// Adds to a colour's channel what leaves it a number: settings as large as floats go, or presets
+// with colours that are none, do not reach the picture.
+void add_finite(miScalar* to, miScalar added) {
+    if (std::isfinite(*to + added)) *to += added;
 }
 
 void add_weighted(miColor* sum, const miColor& drawn, const miColor& colour, miScalar weight) {
-    sum->r += drawn.r * colour.r * weight;
-    sum->g += drawn.g * colour.g * weight;
-    sum->b += drawn.b * colour.b * weight;
+    add_finite(&sum->r, drawn.r * colour.r * weight);
+    add_finite(&sum->g, drawn.g * colour.g * weight);
+    add_finite(&sum->b, drawn.b * colour.b * weight);
 }
 
-// All primitives and stars at a place on the screen.
-miColor flare_at(miState* state, const Orvane_Lens_params* params, const LensInstance* lens,
-                 miScalar X, miScalar Y) {
-    miColor flare = {0, 0, 0, 0};
-    for (int i = 0; i < lens->count; ++i) {
-        const FlareLight& light = lens->lights[i];
-        if (light.visible != 1) continue;
-        if (light.primitive_count > 0) {
-            miColor drawn;
-            drawPrimitives(state, &drawn, &light, X, Y, state->thread);
-            add_weighted(&flare, drawn, light.colour, light.params->flare_intensity);
-        }
-        if (light.params->star_on == miTRUE) {
-            miColor drawn = {0, 0, 0, 0};
-            drawStar(&drawn, &light, X, Y);
-            add_weighted(&flare, drawn, light.colour, light.params->star_intensity);
-        }
-    }
-    if (params->flare_saturation != 1 || params->flare_value != 1) {
-        orv_hsv hsv = orv_rgb_to_hsv(flare);
-        hsv.s *= params->flare_saturation;
-        hsv.v *= params->flare_value;
-        flare = orv_hsv_to_rgb(hsv);
-    }
-    return flare;
+void adjust(miColor* flare, const Orvane_Lens_params* params) {
+    orv_hsv hsv = orv_rgb_to_hsv(*flare);
+    hsv.s *= params->flare_saturation;
+    hsv.v *= params->flare_value;
+    const miColor adjusted = orv_hsv_to_rgb(hsv);
+    *flare = {0, 0, 0, 0};
+    add_weighted(flare, adjusted, {1, 1, 1, 1}, 1);
 }
 
 void blend(miColor* result, const miColor& flare, const Orvane_Lens_params* params) {
-    const auto over = [params](miScalar below, miScalar added) {
-        return params->screen_blend ? below + (1 - below) * added : below + added;
+    const auto lay_over = [params](miScalar* below, miScalar added) {
+        add_finite(below, params->screen_blend ? (1 - *below) * added : added);
     };
-    result->r = over(result->r, flare.r);
-    result->g = over(result->g, flare.g);
-    result->b = over(result->b, flare.b);
+    lay_over(&result->r, flare.r);
+    lay_over(&result->g, flare.g);
+    lay_over(&result->b, flare.b);
     const miScalar cover = luminance(flare);
-    result->a = params->flare_only ? cover : 1 - (1 - cover) * (1 - result->a);
+    const miScalar alpha = params->flare_only ? cover : 1 - (1 - cover) * (1 - result->a);
+    if (std::isfinite(alpha)) result->a = alpha;
 }
 
 }  // namespace
 
 extern "C" {
+
+// Fills the record of light number index of the list; miFALSE when the light does not flare.
+miBoolean setupFlareLight(const Orvane_Lens_params* params, int index, miTag light_tag,
+                          FlareLight* light, miState* state) {
+    miVector origin, direction;
+    int type = 0;
+    if (!qv_VerifyLight(state, light_tag, &origin, &direction, &type, &light->params))
+        return miFALSE;
+    Orvane_Light_params* of_light = light->params;
+    mi_point_to_camera(state, &origin, &origin);
+
+    // Other shaders that read the light's block see this, too.
+    if (of_light->flare_sample_radius > 0) of_light->flare_samples = 1000;
+    light->colour = visible_colour(of_light, light_tag, state);
+    const miScalar brightness = luminance(light->colour);
+    light->visible = std::isfinite(brightness) && brightness != 0;
+
+    miScalar fade[2];
+    if (!project(params, origin, state, light, fade)) return miFALSE;
+    buildStarTables(light, index, state);
+    if (of_light->glow_on == miTRUE)
+        light->glow_radius =
+            of_light->glow_size * state->camera->focal / light->depth / state->camera->aperture;
+    read_preset(params, light);
+    scale_rgb(&light->colour, fade[0]);
+    scale_rgb(&light->colour, fade[1]);
+    light->glow_colour = of_light->color;
+    return miTRUE;
+}
+
+// Finds the lights that flare. Without memory for them the lens shows none.
+void initLensInstance(const Orvane_Lens_params* params, LensInstance* instance, miState* state) {
+    constexpr int kMost = 0x7fffffff / static_cast<int>(sizeof(FlareLight));
+    if (params->n_light > 0 && params->n_light <= kMost)
+        instance->lights = static_cast<FlareLight*>(mi_mem_int_allocate(
+            "Orvane_Lens", __LINE__, params->n_light * static_cast<int>(sizeof(FlareLight))));
+    const miTag* light = params->light;
+    light += params->i_light;
+    for (int j = 0; instance->lights && j < params->n_light; ++j)
+        if (setupFlareLight(params, j, light[j], &instance->lights[instance->count], state))
+            ++instance->count;
+}
+
+void releaseLensInstance(miState* state) {
+    void** user = mi_shader_info(state);
+    if (!user || !*user) return;
+    auto* instance = static_cast<LensInstance*>(*user);
+    for (int i = 0; i < instance->count; ++i)
+        mi_mem_int_release("Orvane_Lens", __LINE__, instance->lights[i].primitives);
+    mi_mem_int_release("Orvane_Lens", __LINE__, instance->lights);
+    mi_mem_int_release("Orvane_Lens", __LINE__, instance);
+    *user = nullptr;
+    mi_info("%s: Released instance at %p\n", kName, static_cast<void*>(instance));
+}
+
+// The glow is hidden by what the ray has hit in front of the light.
+void drawGlows(miState* state, miColor* result, const LensInstance* instance, miScalar X,
+               miScalar Y, miScalar dist) {
+    for (int i = 0; i < instance->count; ++i) {
+        const FlareLight& light = instance->lights[i];
+        if (light.params->glow_on != miTRUE || !(dist > light.depth || dist == 0)) continue;
+        miColor g;
+        if (!drawCircle(state, &g, light.glow_colour, X, Y, light.x, light.y, light.glow_radius, 3,
+                        light.params->glow_falloff, 1))
+            continue;
+        add_weighted(result, g, {1, 1, 1, 1}, light.params->glow_intensity);
+    }
+}
+
+// All primitives and stars at a place on the screen.
+void flareColor(miState* state, miColor* flare, const LensInstance* instance,
+                const Orvane_Lens_params* params, miScalar X, miScalar Y, int thread) {
+    *flare = {0, 0, 0, 0};
+    for (int i = 0; i < instance->count; ++i) {
+        const FlareLight& light = instance->lights[i];
+        if (light.visible != 1) continue;
+        if (light.primitive_count > 0) {
+            miColor drawn;
+            drawPrimitives(state, &drawn, &light, X, Y, thread);
+            add_weighted(flare, drawn, light.colour, light.params->flare_intensity);
+        }
+        if (light.params->star_on == miTRUE) {
+            miColor drawn = {0, 0, 0, 0};
+            drawStar(&drawn, &light, X, Y);
+            add_weighted(flare, drawn, light.colour, light.params->star_intensity);
+        }
+    }
+    if (params->flare_saturation != 1 || params->flare_value != 1) adjust(flare, params);
+}
 
 void Orvane_Lens_init(miState* state, Orvane_Lens_params* params, miBoolean* inst_init_req) {
     if (!params) {
@@ -242,28 +271,21 @@ void Orvane_Lens_init(miState* state, Orvane_Lens_params* params, miBoolean* ins
         *inst_init_req = miTRUE;
         return;
     }
-    void** user = nullptr;
-    auto* lens = static_cast<LensInstance*>(
+    auto* instance = static_cast<LensInstance*>(
         mi_mem_int_allocate("Orvane_Lens", __LINE__, static_cast<int>(sizeof(LensInstance))));
-    if (!lens || !mi_query(miQ_FUNC_USERPTR, state, 0, &user)) {
-        mi_mem_int_release("Orvane_Lens", __LINE__, lens);
+    if (!instance) return;
+    void** user = nullptr;
+    if (!mi_query(miQ_FUNC_USERPTR, state, miNULLTAG, &user)) {
+        mi_mem_int_release("Orvane_Lens", __LINE__, instance);
         return;
     }
-    set_up_lens(params, lens, state);
-    *user = lens;
-    mi_info("%s: Initialized instance at %p\n", kName, static_cast<void*>(lens));
+    initLensInstance(params, instance, state);
+    *user = instance;
+    mi_info("%s: Initialized instance at %p\n", kName, static_cast<void*>(instance));
 }
 
-void Orvane_Lens_exit(miState* state, Orvane_Lens_params* params) {
-    void** user = params ? mi_shader_info(state) : nullptr;
-    if (!user || !*user) return;
-    auto* lens = static_cast<LensInstance*>(*user);
-    for (int i = 0; i < lens->count; ++i)
-        mi_mem_int_release("Orvane_Lens", __LINE__, lens->lights[i].primitives);
-    mi_mem_int_release("Orvane_Lens", __LINE__, lens->lights);
-    mi_mem_int_release("Orvane_Lens", __LINE__, lens);
-    *user = nullptr;
-    mi_info("%s: Released instance at %p\n", kName, static_cast<void*>(lens));
+void Orvane_Lens_exit(miState* state, void* params) {
+    if (params) releaseLensInstance(state);
 }
 
 // Without an instance, when there was no memory for it, it is a plain lens.
@@ -282,8 +304,10 @@ miBoolean Orvane_Lens(miColor* result, miState* state, Orvane_Lens_params* param
     mi_vector_to_camera(state, &d, &state->dir);
     const miScalar zoom = state->camera->focal / state->camera->aperture;
     const miScalar X = (-d.x / d.z) * zoom, Y = (-d.y / d.z) * zoom;
-    add_glows(state, result, lens, X, Y, static_cast<miScalar>(state->dist));
-    blend(result, flare_at(state, params, lens, X, Y), params);
+    drawGlows(state, result, lens, X, Y, static_cast<miScalar>(state->dist));
+    miColor flare;
+    flareColor(state, &flare, lens, params, X, Y, state->thread);
+    blend(result, flare, params);
     return miTRUE;
 }
 }

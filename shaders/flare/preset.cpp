@@ -31,7 +31,8 @@ struct Carrier {
 
 Carrier open_carrier(miTag texture) {
     Carrier carrier = {texture, mi_db_access(texture), 0, 0};
-    mi_texture_info(texture, &carrier.width, &carrier.height, nullptr);
+    void* unused = nullptr;
+    mi_texture_info(texture, &carrier.width, &carrier.height, &unused);
     if (!carrier.image) carrier.width = carrier.height = 0;
     return carrier;
 }
@@ -116,6 +117,8 @@ int parsePrimitiveLine(const char* line, FlarePrimitive** records, int index) {
     if (read.type == PRESET_START)
         return v[0] <= 1.0f ? PRESET_LINE_START : PRESET_LINE_BAD_VERSION;
     if (index < 1) return PRESET_LINE_PRIMITIVE;
+    constexpr int kMost = 0x7fffffff / static_cast<int>(sizeof read);
+    if (index > kMost) return PRESET_LINE_NONE;
     void* grown = mi_mem_int_reallocate("Orvane_Lens", __LINE__, *records,
                                         index * static_cast<int>(sizeof read));
     if (!grown) return PRESET_LINE_NONE;

@@ -47,9 +47,9 @@ struct Orvane_Light_params {
     // Its diffraction star.
     miBoolean star_on;           // 1: the lens draws the star
     miInteger star_count;        // streaks, 0..100; each reaches to both sides
-    miScalar star_width;         // frame widths: width at the foot; Gaussian of a fifth of it
+    miScalar star_width;         // frame widths: a streak's half width; its Gaussian has a fifth
     miScalar star_width_noise;   // relative variation of the widths
-    miScalar star_length;        // frame widths: scale of the pattern along the streaks
+    miScalar star_length;        // scale of the pattern; the white middle ends at 0.054 times it
     miScalar star_length_noise;  // relative variation of the lengths
     miScalar star_rotation;      // degrees, counter-clockwise
     miScalar star_intensity;     // weight of the star in the flare
