@@ -1,0 +1,71 @@
+// What the toon materials share: the record that they hand to the toon lens, and groups.
+#pragma once
+
+#include <algorithm>
+
+#include "frame/host.h"
+#include "frame/soft_material.h"
+
+constexpr int kMostGrouped = 200;
+
+// What zones are lines drawn between.
+enum zel_toon_zone : miInteger {
+    zel_toon_NOT_SHADED = 0,  // fully transparent, or a material without zones
+    zel_toon_UNLIT = 1,
+    zel_toon_LIT = 2,        // by at least one light
+    zel_toon_HIGHLIGHT = 3,  // of at least one light
+};
+
+// Which lines may be drawn over a surface, and how.
+struct zel_toon_record {
+    miScalar width;  // factor on the lens's line width
+    miBoolean crease_on;
+    miColor crease_color;
+    miBoolean outline_on;
+    miColor outline_color;
+    miBoolean color_lines_on;
+    miColor color_line_color;
+    miBoolean zone_lines_on;
+    miColor zone_line_color;
+    miInteger zone;  // zel_toon_zone
+    miInteger group_count;
+    miUint group_labels[kMostGrouped];  // labels of objects that this one draws no line against
+    miScalar transparency;
+};
+static_assert(sizeof(zel_toon_record) == 896);
+
+struct zel_toon_grouped {
+    miInteger unused;  // declared, never read
+    miUint label;      // of an object
+};
+
+// Copies the first labels of a group, element k of which lies at index + k.
+static inline void copy_group(zel_toon_record* record, const zel_toon_grouped* group,
+                              miInteger index, miInteger count) {
+    group += index;
+    record->group_count = std::clamp(count, 0, kMostGrouped);
+    for (int k = 0; k < record->group_count; ++k) record->group_labels[k] = group[k].label;
+}
+
+// Applies a material's textures to work, its copy; indices of refraction for all but shadow rays.
+// false when the ray is answered: a shadow ray, with *answer.
+static inline bool begin_material(miColor* result, miState* state, soft_material_params* work,
+                                  soft_material_params* block, miScalar* ior_in, miScalar* ior_out,
+                                  miBoolean* answer) {
+    const bool shadow = state->type == miRAY_SHADOW;
+    if (shadow && !mi_mtl_is_casting_shadow(state, block)) {
+        *answer = miTRUE;
+        return false;
+    }
+    if (!shadow) mi_mtl_refraction_index(state, block, ior_in, ior_out);
+    mi_mtl_textures(state, work, block, &state->normal, &state->dot_nd);
+    if (shadow) *answer = mi_mtl_compute_shadow(result, work);
+    return !shadow;
+}
+
+extern "C" {
+
+// Tints a line's colour by the light on the surface: k > 0 adds the light, k < 0 multiplies by it.
+// Alpha stays.
+void zel_toon_tint_line(miColor* line, const miColor* light_sum, miScalar k);
+}
