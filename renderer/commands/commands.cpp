@@ -47,12 +47,12 @@ void add_render(CLI::App& app, RenderArguments& arguments, int& status) {
         ->add_option("-I,--include-path", arguments.include_path,
                      "folder to look for included files in (may be repeated)")
         ->type_name("DIR")
-        ->expected(1);
+        ->allow_extra_args(false);
     render
         ->add_option("--link-path", arguments.link_path,
                      "folder to look for shader libraries in (may be repeated)")
         ->type_name("DIR")
-        ->expected(1);
+        ->allow_extra_args(false);
     render
         ->add_option("--tile-size", arguments.tile_size,
                      "edge of the tiles that threads take, in pixels; no effect on the picture")

@@ -55,15 +55,17 @@ miBoolean cast(miColor* result, miState* child, Rays rays, float near, float far
     } else {
         answered = world::call(world::list_of(child->environment), result, child);
     }
-    if (medium != 0) {
-        // The medium's shader may use its state for rays of its own.
+    if (medium == 0) return answered;
+
+    // A medium's shaders may use their states for rays of their own.
+    for (const auto* entry = world::list_of(medium); entry; entry = entry->next) {
         miState through = *child;
         through.volume = medium;
         through.in_medium = miTRUE;
-        world::call(world::list_of(medium), result, &through);
-        answered = miTRUE;
+        world::call(*entry->function, result, &through);
+        child->ray_number = through.ray_number;
     }
-    return answered;
+    return miTRUE;
 }
 
 // Shaders may lower the levels of their state, so the number of rays has a limit of its own.

@@ -76,7 +76,7 @@ void copy_settings(VolumeLight* light, const Orvane_Light_params* from, const mi
     light->volume_shadows = from->volume_shadows;
     light->map_resolution = from->map_resolution;
     light->slide_scale = from->slide_scale;
-    light->slide_rotation = from->slide_rotation * 0.017453292519943295f;
+    light->slide_rotation = static_cast<miScalar>(from->slide_rotation * 0.017453292519943295);
     light->slide_repeat = from->slide_repeat;
     light->exact_shadows = from->exact_shadows;
     light->inverse_square = from->inverse_square;
@@ -108,8 +108,9 @@ void set_sphere(VolumeLight* light) {
 
 // Whether there is a map: a cone needs some width and less than half of all directions.
 bool allocate_maps(VolumeLight* light) {
+    const miScalar angle = light->outer_angle;
     if (!std::isfinite(light->extent) ||
-        (light->kind == VOLUME_CONE && !(light->extent > 0 && light->outer_angle > 0)))
+        (light->kind == VOLUME_CONE && !(angle > 0 && angle < 1.5707963f)))
         return false;
     light->depth = allocate_rows<miScalar>(light->map_resolution);
     light->inten = allocate_rows<miColor>(light->map_resolution);
@@ -156,17 +157,25 @@ bool add_light(VolumeShared* shared, miState* state, miTag instance) {
     if (has_maps && !aborted)
         ++shared->light_count;
     else
-        qv_ReleaseMaps(light);
+        release_maps(light);
     return !aborted;
 }
 
 }  // namespace
+
+void release_maps(VolumeLight* light) {
+    release_rows(light->depth, light->map_resolution);
+    release_rows(light->inten, light->map_resolution);
+    light->depth = nullptr;
+    light->inten = nullptr;
+}
 
 extern "C" {
 
 void qv_SetupLights(VolumeShared* shared, miState* state, const Orvane_Volume_params* params) {
     if (params->fog == miTRUE) {
         shared->fog_base = fog_base(params, kFaintest);
+        // A floor below 0 counts as 0.
         shared->march_fog_base =
             fog_base(params, params->fog_floor > 0 ? params->fog_floor : kFaintest);
     }
@@ -176,12 +185,5 @@ void qv_SetupLights(VolumeShared* shared, miState* state, const Orvane_Volume_pa
     light += params->i_light;
     for (int k = 0; k < params->n_light; ++k)
         if (light[k] != miNULLTAG && !add_light(shared, state, light[k])) return;
-}
-
-void qv_ReleaseMaps(VolumeLight* light) {
-    release_rows(light->depth, light->map_resolution);
-    release_rows(light->inten, light->map_resolution);
-    light->depth = nullptr;
-    light->inten = nullptr;
 }
 }

@@ -71,14 +71,15 @@ struct VolumeShared {
 };
 static_assert(sizeof(std::atomic<miInteger>) == 4);
 
+// Frees a light's maps, if it has any.
+void release_maps(VolumeLight* light);
+
 extern "C" {
 
 // Fills the fog and the lights of a volume: those of its list that are Orvane_Light point or spot
 // lights with a volume_density above 0. Left out are also lights whose maps cannot be: no
-// memory, a resolution below 1, a cone of no width or of half a sphere and more. An abort of the
-// render, or a light that does not tell its spread, ends it: the lights before stay.
+// memory, a resolution below 1, a cone of no width or of half a sphere and more, a sphere without
+// end. An abort of the render, or a light that does not tell its spread, ends it: the lights before
+// stay.
 void qv_SetupLights(VolumeShared* shared, miState* state, const Orvane_Volume_params* params);
-
-// Frees a light's maps, if it has any.
-void qv_ReleaseMaps(VolumeLight* light);
 }

@@ -2,22 +2,13 @@
 
 #include "volumetric/map_projection.h"
 
-extern "C" {
-
-// Whether the product of a unit vector with the direction of an offset from origin is mere
-// rounding. That of the offset grows with the coordinates it is the difference of.
-static bool is_rounding(miVector product, miVector offset, miVector origin) {
-    const miScalar reach = length(offset);
-    return !(length(product) * reach > 1e-6f * (reach + length(origin)));
-}
-
 // The level axis that points to the right as seen along -y, y being a unit vector.
 static miVector upright_axis(miVector y) {
     const miVector level = cross({0, 1, 0}, y);
     return normalized(length(level) > 1e-6f ? level : cross(y, {0, 0, y.y}));
 }
 
-void qv_SetupMapFrame(miState* state, MapFrame* frame, miVector* origin, miVector* direction,
+void set_up_map_frame(miState* state, MapFrame* frame, miVector* origin, miVector* direction,
                       double distance) {
     miVector dir, org;
     mi_vector_to_world(state, &dir, direction);
@@ -25,11 +16,12 @@ void qv_SetupMapFrame(miState* state, MapFrame* frame, miVector* origin, miVecto
     const miVector y = normalized(-dir);
     miVector centre = org + dir * static_cast<miScalar>(distance);
 
-    // Turn the axes by the light's foot, the point at height 0 below or above it.
-    const miVector to_foot = {org.x - centre.x, 0 - centre.y, org.z - centre.z};
-    const miVector level = cross(y, normalized(to_foot));
+    // Turn the axes by the light's foot, the point at height 0 below or above it: x is y x the way
+    // from the centre to the foot. Written out, the distance cancels, and with it the rounding
+    // that would turn distant planes against near ones.
+    const miVector level = {-dir.z * org.y, 0, dir.x * org.y};
     miVector x, z;
-    if (is_rounding(level, to_foot, org)) {
+    if (!(length(level) > 1e-6f * length(dir) * length(org))) {
         x = upright_axis(y);
         z = normalized(cross(y, x));
     } else {
@@ -46,10 +38,12 @@ void qv_SetupMapFrame(miState* state, MapFrame* frame, miVector* origin, miVecto
     mi_point_from_world(state, &frame->centre, &centre);
 }
 
+extern "C" {
+
 void qv_SetupMapProj(miState* state, miMatrix matrix, miVector* origin, miVector* direction,
                      double distance) {
     MapFrame frame;
-    qv_SetupMapFrame(state, &frame, origin, direction, distance);
+    set_up_map_frame(state, &frame, origin, direction, distance);
 
     // Put each axis into a column: a point's products with the axes are its coordinates.
     mi_matrix_ident(matrix);

@@ -13,8 +13,6 @@ static inline double arc_cosine(double cosine) {
     return std::atan2(std::sqrt(std::max(0.0, 1 - cosine * cosine)), cosine);
 }
 
-extern "C" {
-
 // Axes and centre of a plane across a spot light's beam, in internal space. The axes have unit
 // length in world space.
 struct MapFrame {
@@ -31,8 +29,10 @@ struct MapFrame {
 // as seen from the light, x to the right and z up; for one that shines away from it both are
 // reversed; a level light counts as shining up. A light at height 0 leaves x open and counts as
 // upright; a vertical light gets the world axes x and -z when it shines down, x and z when up.
-void qv_SetupMapFrame(miState* state, MapFrame* frame, miVector* origin, miVector* direction,
+void set_up_map_frame(miState* state, MapFrame* frame, miVector* origin, miVector* direction,
                       double distance);
+
+extern "C" {
 
 // Fills matrix to take points of internal space to the coordinates (x, y, z) of that frame,
 // relative to its centre.

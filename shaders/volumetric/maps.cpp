@@ -144,11 +144,39 @@ void trace_depth(const VolumeLight* light, miState* state, int i, int j) {
 
 }  // namespace
 
+// A ray that goes on behind a transparent surface comes here before the ray that led to it, so that
+// the first surface stays in the map.
+miBoolean catch_depth(VolumeShared* shared, const miState* state) {
+    if (shared->depth_pass != 1 || shared->depth_thread != state->thread) return miFALSE;
+    const VolumeLight* light = shared->depth_light;
+    light->depth[shared->depth_row][shared->depth_col] =
+        state->dist == 0
+            ? FLT_MAX
+            : static_cast<miScalar>(state->dist - kBias + static_cast<double>(light->depth_start));
+    return miTRUE;
+}
+
+// Exact angles take three times as long as all else that a sample of a point light needs, and are
+// seldom called for: rough ones tell the texel unless they end near its border.
+void convert_to_spheric_texel(const VolumeLight* light, miVector* dir, int* i, int* j) {
+    constexpr miScalar kError = 2e-6f;
+    const auto n = static_cast<miScalar>(light->map_resolution);
+    const miScalar sine = std::sqrt((1 - dir->y) * (1 + dir->y));
+    miScalar u = 1 - rough_turns(dir->x, dir->z), v = 1 - 2 * rough_turns(sine, dir->y);
+    if (u > 1) u -= 1;
+    if (u > kError && u < 1 - kError && sure_floor(u * n + 0.5f, kError * n, i) &&
+        sure_floor(v * n + 0.5f, kError * n, j))
+        return;
+    qv_ConvertToSphericMapProj(dir, &u, &v);
+    *i = floor_to_int(u * n + 0.5f);
+    *j = floor_to_int(v * n + 0.5f);
+}
+
 extern "C" {
 
 void qv_SetupPlanarDepthMap(VolumeLight* light, miState* state) {
     MapFrame frame;
-    qv_SetupMapFrame(state, &frame, &light->origin, &light->direction, light->extent);
+    set_up_map_frame(state, &frame, &light->origin, &light->direction, light->extent);
     const miScalar half = light->half_res;
     to_frame(frame, light->to_map);
 
@@ -205,18 +233,6 @@ void qv_BuildDepthMap(VolumeShared* shared, VolumeLight* light, miState* state) 
     state->refraction_level = refraction_level;
 }
 
-// A ray that goes on behind a transparent surface comes here before the ray that led to it, so that
-// the first surface stays in the map.
-miBoolean qv_CatchDepth(VolumeShared* shared, const miState* state) {
-    if (shared->depth_pass != 1 || shared->depth_thread != state->thread) return miFALSE;
-    const VolumeLight* light = shared->depth_light;
-    light->depth[shared->depth_row][shared->depth_col] =
-        state->dist == 0
-            ? FLT_MAX
-            : static_cast<miScalar>(state->dist - kBias + static_cast<double>(light->depth_start));
-    return miTRUE;
-}
-
 void qv_ConvertToPlanarMapProj(const VolumeLight* light, const miVector* point, int* i, int* j) {
     *i = *j = -1;
     const miVector q = transformed(*point, light->to_map), d = q - light->light_in_map;
@@ -224,22 +240,6 @@ void qv_ConvertToPlanarMapProj(const VolumeLight* light, const miVector* point, 
     const miScalar t = -q.y / d.y;
     *i = floor_to_int(q.x + t * d.x);
     *j = floor_to_int(q.z + t * d.z);
-}
-
-// Exact angles take three times as long as all else that a sample of a point light needs, and are
-// seldom called for: rough ones tell the texel unless they end near its border.
-void qv_ConvertToSphericTexel(const VolumeLight* light, miVector* dir, int* i, int* j) {
-    constexpr miScalar kError = 2e-6f;
-    const auto n = static_cast<miScalar>(light->map_resolution);
-    const miScalar sine = std::sqrt((1 - dir->y) * (1 + dir->y));
-    miScalar u = 1 - rough_turns(dir->x, dir->z), v = 1 - 2 * rough_turns(sine, dir->y);
-    if (u > 1) u -= 1;
-    if (u > kError && u < 1 - kError && sure_floor(u * n + 0.5f, kError * n, i) &&
-        sure_floor(v * n + 0.5f, kError * n, j))
-        return;
-    qv_ConvertToSphericMapProj(dir, &u, &v);
-    *i = floor_to_int(u * n + 0.5f);
-    *j = floor_to_int(v * n + 0.5f);
 }
 
 void qv_ConvertFromSphericMapProj(const VolumeLight* light, int i, int j, miVector* dir) {

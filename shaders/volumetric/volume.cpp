@@ -13,7 +13,8 @@
 //                             but lets a beam reach far; or (volume_decay / d)^2
 //
 // The light in the air is added to what lies behind without dimming it; fog alone does that. Its
-// transparency over a length s is floor + (1 - floor) k^(s / (fog_end - fog_start)).
+// transparency over a length s is floor + (1 - floor) k^(s / (fog_end - fog_start)), k being 0.03
+// before and behind the sampled stretch, and fog_floor (unless that is 0) at each step within.
 
 #include <algorithm>
 #include <cfloat>
@@ -65,7 +66,7 @@ void Orvane_Volume_exit(miState* state, void* params) {
     if (!user || !*user) return;
     auto* shared = static_cast<VolumeShared*>(*user);
     mi_delete_lock(&shared->lock);
-    for (int i = 0; i < shared->light_count; ++i) qv_ReleaseMaps(&shared->lights[i]);
+    for (int i = 0; i < shared->light_count; ++i) release_maps(&shared->lights[i]);
     mi_mem_int_release("Orvane_Volume", __LINE__, shared->lights);
     mi_mem_int_release("Orvane_Volume", __LINE__, shared);
     *user = nullptr;
@@ -76,8 +77,13 @@ namespace {
 
 constexpr int kMostSamples = 1'000'000;  // of one ray
 
-// Volumes whose light sets the running thread is building.
-thread_local int sets_in_work = 0;
+// Whether the running thread is building a light set.
+thread_local bool is_building = false;
+
+struct Building {
+    Building() { is_building = true; }
+    ~Building() { is_building = false; }  // also when the render ends meanwhile
+};
 
 // A ray on its way through the lights.
 struct March {
@@ -95,19 +101,38 @@ struct March {
 
 bool fog_is_on(const Orvane_Volume_params* params) { return params->fog == miTRUE; }
 
-// Builds the light set unless it is there. miFALSE when the render ends meanwhile.
+// A state to build a light set from. Nothing in it tells which ray came first, so that the maps
+// are the same whichever did: what stays is the frame, the thread and the medium.
+miState neutral(const miState* state) {
+    miState s = {};
+    s.camera = state->camera;
+    s.options = state->options;
+    s.global_lock = state->global_lock;
+    s.host = state->host;
+    s.shader = state->shader;
+    s.thread = state->thread;
+    s.in_medium = state->in_medium;
+    s.volume = state->volume;
+    s.refraction_volume = state->volume;
+    s.environment = state->camera->environment;
+    s.type = miRAY_EYE;
+    s.dir = {0, 0, -1};
+    s.ior = s.ior_in = 1;
+    return s;
+}
+
+// Builds the light set unless it is there. miFALSE when the render ends meanwhile. The block as it
+// stands is asked, not one whose connected parameters were evaluated for this ray.
 miBoolean make_ready(VolumeShared* shared, miState* state, const Orvane_Volume_params* params) {
     if (shared->setup_done) return miTRUE;
     mi_lock(shared->lock);
     if (!shared->setup_done) {
-        // Of the ray that happens to come first the maps must know nothing.
-        miState tracing = *state;
-        tracing.time = 0;
-        tracing.user = nullptr;
-        tracing.user_size = 0;
-        ++sets_in_work;
+        const Building building;
+        miState tracing = neutral(state);
+        const miFunction* function = state->shader;
+        if (function && function->connected)
+            params = static_cast<const Orvane_Volume_params*>(function->parameters);
         qv_SetupLights(shared, &tracing, params);
-        --sets_in_work;
         ++shared->setup_done;
     }
     mi_unlock(shared->lock);
@@ -181,10 +206,15 @@ void add(miColor* to, const miColor& c, miScalar weight, miScalar other = 1) {
     to->a += c.a * weight * other;
 }
 
+// Fog of a colour that is no number leaves what lies behind it as it is.
 void blend_rgb(miColor* c, const miColor& fog, miScalar transparency) {
-    c->r = transparency * c->r + (1 - transparency) * fog.r;
-    c->g = transparency * c->g + (1 - transparency) * fog.g;
-    c->b = transparency * c->b + (1 - transparency) * fog.b;
+    const auto blend = [transparency](miScalar* behind, miScalar over) {
+        const miScalar sum = transparency * *behind + (1 - transparency) * over;
+        if (std::isfinite(sum)) *behind = sum;
+    };
+    blend(&c->r, fog.r);
+    blend(&c->g, fog.g);
+    blend(&c->b, fog.b);
 }
 
 // Adds the light of one step, which reaches from t away from the camera. Returns the t of the last
@@ -223,6 +253,7 @@ int steps(const March& march, miScalar* step) {
     if (!(march.span > 0) || !std::isfinite(ratio)) return 0;
     *step = ratio < 3 ? march.span / 3
                       : march.span / std::trunc(std::min<miScalar>(ratio, kMostSamples));
+    if (!(*step > 0)) return 0;
     return static_cast<int>(march.span / *step + 0.01);
 }
 
@@ -230,9 +261,9 @@ int steps(const March& march, miScalar* step) {
 // depth may give, counts as endless fog.
 miScalar transparency(const Orvane_Volume_params* params, miScalar base, miScalar length) {
     const double fading = std::pow(static_cast<double>(base), -static_cast<double>(length));
-    const double floor = params->fog_floor;
+    const double floor = std::isfinite(params->fog_floor) ? params->fog_floor : 0;
     const auto f = static_cast<miScalar>(floor + (1 - floor) * fading);
-    return std::isfinite(f) ? f : params->fog_floor;
+    return std::isfinite(f) ? f : static_cast<miScalar>(floor);
 }
 
 // Adds the lit air from the far end of the stretch to its near end, and the fog in between.
@@ -296,7 +327,7 @@ Texel texel_seen_from(const VolumeLight& light, const miVector& point, miVector 
     } else {
         miVector out = -to_light;
         mi_vector_to_world(state, &out, &out);
-        qv_ConvertToSphericTexel(&light, &out, &at.i, &at.j);
+        convert_to_spheric_texel(&light, &out, &at.i, &at.j);
     }
     return {std::clamp(at.i, 0, light.map_resolution - 1),
             std::clamp(at.j, 0, light.map_resolution - 1)};
@@ -388,10 +419,7 @@ void qv_DepthFade(const Orvane_Volume_params* params, miColor* colour, miScalar 
     const miScalar end = start + length;
     if (!(params->fog_start < end)) return;
     if (start < params->fog_start) length = end - params->fog_start;
-    const miScalar f = transparency(params, base, length);
-    colour->r = params->fog_color.r * (1 - f) + colour->r * f;
-    colour->g = params->fog_color.g * (1 - f) + colour->g * f;
-    colour->b = params->fog_color.b * (1 - f) + colour->b * f;
+    blend_rgb(colour, params->fog_color, transparency(params, base, length));
 }
 
 miBoolean Orvane_Volume(miColor* result, miState* state, Orvane_Volume_params* params) {
@@ -400,11 +428,11 @@ miBoolean Orvane_Volume(miColor* result, miState* state, Orvane_Volume_params* p
     void** user = mi_shader_info(state);
     if (!user || !*user) return miFALSE;  // no memory for the instance
     auto* shared = static_cast<VolumeShared*>(*user);
-    if (qv_CatchDepth(shared, state)) return miTRUE;
+    if (catch_depth(shared, state)) return miTRUE;
 
     // A depth ray of another volume sees no colour; and two threads that build two volumes must
     // not wait for each other.
-    if (sets_in_work > 0) return miTRUE;
+    if (is_building) return miTRUE;
     if (!make_ready(shared, state, params)) return miFALSE;
 
     March march = {};

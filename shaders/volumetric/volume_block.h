@@ -8,10 +8,11 @@
 struct Orvane_Volume_params {
     miScalar fog_start;  // scene units along the path from the camera: no fog before
     miScalar fog_end;    // scene units: here 0.03 of what lies behind the fog is left
-    miScalar fog_floor;  // 0..1: the fog never hides more than 1 - fog_floor
-    miColor fog_color;   // alpha unused
-    miInteger unused1;   // declared, never read
-    miInteger i_light;   // lights seen in the air: instances of Orvane_Light lights
+    miScalar
+        fog_floor;  // 0..1: what the densest fog leaves, before, within and behind the beams each
+    miColor fog_color;  // alpha unused
+    miInteger unused1;  // declared, never read
+    miInteger i_light;  // lights seen in the air: instances of Orvane_Light lights
     miInteger n_light;
     miTag light[1];
     miScalar step_length;        // scene units between the samples of a ray

@@ -145,6 +145,7 @@ void mi_matrix_rotate(miMatrix m, miScalar x, miScalar y, miScalar z) {
 
 miScalar mi_noise_3d(miVector* p) {
     if (current().noise) return current().noise(*p);
+    if (!std::isfinite(p->x + p->y + p->z)) return 0.5f;
     return 0.5f + 0.5f * std::sin(3 * p->x) * std::cos(2 * p->y + 1) * std::cos(2 * p->z);
 }
 miScalar mi_noise_2d(miScalar u, miScalar v) {

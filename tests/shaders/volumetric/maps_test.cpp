@@ -1,0 +1,216 @@
+// The lights of a volume: which are taken, the frames of their maps, intensities and depths.
+
+#include "volumetric/maps.h"
+
+#include <cfloat>
+#include <climits>
+#include <cmath>
+#include <random>
+
+#include "shaders/volumetric/volume_fixture.h"
+#include "volumetric/map_projection.h"
+
+namespace {
+
+using scripted::IsColor;
+
+class MapsTest : public VolumeTest {
+  protected:
+    // The only light: a spot light 10 above the ground that shines down, or a point light.
+    Orvane_Light_params& only(bool spot, int resolution = 4) {
+        params.n_light = 0;
+        Orvane_Light_params& block = spot ? add_spot({0, 10, 0}) : add_point({0, 10, 0});
+        block.map_resolution = resolution;
+        return block;
+    }
+    miColor texel(int i, int j) { return set_up().inten[i][j]; }
+};
+
+TEST_F(MapsTest, TakesPointAndSpotLightsWithABeam) {
+    add_spot({1, 0, 0}).volume_density = 0;
+    add({.type = miLIGHT_DIRECTIONAL, .origin = {2, 0, 0}});
+    add_spot({3, 0, 0}).intensity = 2;
+    add_point({4, 0, 0}).volume_decay = 4;
+    set_up();
+    ASSERT_EQ(shared().light_count, 2);
+    const VolumeLight &cone = shared().lights[0], &sphere = shared().lights[1];
+    EXPECT_TRUE(cone.origin.x == 3 && cone.kind == VOLUME_CONE && cone.direction.y == -1);
+    EXPECT_THAT(cone.color, IsColor(2, 2, 2, 1));
+    EXPECT_TRUE(sphere.origin.x == 4 && sphere.kind == VOLUME_SPHERE && sphere.extent == 12);
+
+    // A light that does not tell its spread ends the list.
+    host.items[params.behind[2] - 1].answers.erase(miQ_LIGHT_SPREAD);
+    std::swap(params.behind[2], params.behind[3]);
+    params.behind[params.n_light++] = params.behind[2];
+    set_up();
+    EXPECT_EQ(shared().light_count, 1);
+}
+
+TEST_F(MapsTest, TexelsOfAConeLeadBackToThemselves) {
+    for (int n = 0; n < 27; ++n) {
+        const auto sign = [&](int power) { return static_cast<miScalar>(n / power % 3 - 1); };
+        VolumeLight light = {};
+        light.direction = normalized({sign(1), sign(3), sign(9)});
+        light.origin = {3, n % 5 < 3 ? 2.0f : -2.0f, 1};
+        light.map_resolution = 5, light.half_res = 2.5f, light.extent = 4;
+        if (is_zero(light.direction)) continue;
+        if (n % 2) host.world = scripted::rotation(0.3f, -1.2f, 2);
+        qv_SetupPlanarDepthMap(&light, &state);
+
+        miMatrix both;
+        mi_matrix_prod(both, light.from_map, light.to_map);
+        for (int k = 0; k < 16; ++k) EXPECT_NEAR(both[k], k % 5 == 0, 1e-5) << n;
+        EXPECT_NEAR(length(light.light_in_map - miVector{2.5f, 4, 2.5f}), 0, 1e-5) << n;
+        int i, j;
+        for (miVector centre = {0.5f, 0, 0.5f}; centre.x < 5; centre.x += 1, centre.z += 0.9f)
+            for (const miScalar reach : {-1.0f, 0.2f, 1.0f, 9.0f}) {
+                miVector at;
+                mi_point_transform(&at, &centre, light.from_map);
+                at = light.origin + (at - light.origin) * reach;
+                qv_ConvertToPlanarMapProj(&light, &at, &i, &j);
+                EXPECT_EQ(i, reach < 0 ? -1 : std::floor(centre.x)) << n;
+                EXPECT_EQ(j, reach < 0 ? -1 : std::floor(centre.z)) << n;
+            }
+    }
+}
+
+// Directions of texels are those of their centres, (i + 0.5) / N. Looked up is the nearest multiple
+// of 1 / N, by quick arithmetic that must not show, least at the borders: there the centres are.
+TEST_F(MapsTest, DirectionsHaveTexelsOfASphere) {
+    std::mt19937 random(1);
+    std::uniform_real_distribution<miScalar> number(-1, 1);
+    for (int k = 0; k < 200'000; ++k) {
+        VolumeLight light = {};
+        const int n = light.map_resolution = 1 + k % 64, column = k / 128 % n, row = k / 1024 % n;
+        const auto size = static_cast<miScalar>(n);
+        miVector dir = normalized({number(random), number(random), number(random)});
+        if (k / 64 % 2) qv_ConvertFromSphericMapProj(&light, column, row, &dir);
+        miScalar u, v;
+        int i, j;
+        qv_ConvertToSphericMapProj(&dir, &u, &v);
+        convert_to_spheric_texel(&light, &dir, &i, &j);
+        ASSERT_EQ(i, std::floor(u * size + 0.5f)) << dir.x << ' ' << dir.y << ' ' << dir.z;
+        ASSERT_EQ(j, std::floor(v * size + 0.5f)) << dir.x << ' ' << dir.y << ' ' << dir.z;
+        if (k / 64 % 2) {
+            ASSERT_NEAR(u * size, column + 0.5, 1e-4);
+            ASSERT_NEAR(v * size, row + 0.5, 1e-4);
+        }
+    }
+}
+
+// Of 8 x 8 texels, the corner of (4, 4) is in the middle and that of (1, 4) 3 away from it; the
+// cone is 4 wide. 18.4349 degrees leave half of it.
+TEST_F(MapsTest, ConesHaveASoftEdge) {
+    const struct {
+        miScalar falloff;
+        int i, j;
+        miScalar left;
+    } cases[] = {{0, 4, 4, 1},          {0, 1, 4, 1},          {0, 4, 7, 1},  {0, 7, 7, 0},
+                 {0, 0, 0, 0},          {-9, 1, 4, 1},         {-9, 0, 4, 1}, {18.4349f, 3, 4, 1},
+                 {18.4349f, 1, 4, .5f}, {18.4349f, 4, 7, .5f}, {45, 4, 4, 1}, {45, 4, 2, .5f},
+                 {90, 4, 4, .5f},       {90, 2, 4, .25f}};
+    Orvane_Light_params& block = only(true, 8);
+    for (const auto& [falloff, i, j, left] : cases) {
+        block.falloff = falloff;
+        EXPECT_THAT(texel(i, j), IsColor(left, left, left, 1, 1e-5f)) << falloff << ' ' << i << j;
+    }
+    only(true, 1);
+    EXPECT_THAT(texel(0, 0), IsColor(0, 0, 0, 1));
+}
+
+TEST_F(MapsTest, SlidesFilterBothKindsOfLight) {
+    const auto expect = [&](bool spot, miScalar rotation, miScalar scale, int repeat, int i, int j,
+                            miScalar u, miScalar v) {
+        Orvane_Light_params& block = only(spot, 8);
+        block.slide = 42, block.slide_repeat = repeat;
+        block.slide_rotation = rotation, block.slide_scale = scale;
+        EXPECT_THAT(texel(i, j), IsColor(u, v, 1, 1, 1e-5f)) << rotation << scale << repeat;
+    };
+    host.texture = [](miColor* c, miState*, miTag, const miVector& at) {
+        *c = {at.x, at.y, 1, 1};
+        return miTRUE;
+    };
+    expect(true, 0, 1, 0, 4, 2, 0.5625f, 0.3125f);
+    expect(true, 90, 1, 0, 4, 2, 0.6875f, 0.5625f);
+    expect(true, 0, 2, 0, 4, 2, 0.53125f, 0.40625f);
+    expect(true, 0, 0.5f, 1, 1, 4, -0.125f, 0.625f);
+    expect(true, 0, 0.5f, 0, 1, 4, 1, 1);
+    expect(true, 0, 0.5f, 2, 1, 4, 1, 1);
+    expect(false, 0, 9, 0, 4, 2, 0.5625f, 0.3125f);
+    expect(false, 90, 1, 0, 0, 7, -0.1875f, 0.9375f);
+}
+
+// With one octave and full amount the noise itself is what is left.
+TEST_F(MapsTest, NoiseThinsBothKindsOfLight) {
+    camera.frame_time = 0.25f;
+    for (const bool spot : {true, false}) {
+        Orvane_Light_params& block = only(spot);
+        block.volume_noise = miTRUE;
+        block.noise_amount = 1, block.noise_octaves = 1;
+        block.noise_frequency = 2, block.noise_speed = 3;
+        miVector place = {0.06f, 0.075f, 0.04f};
+        if (!spot) qv_ConvertFromSphericMapProj(&set_up(), 3, 2, &place);
+        for (const auto axis : {&miVector::x, &miVector::y, &miVector::z}) {
+            host.noise = [axis](const miVector& p) { return p.*axis; };
+            EXPECT_NEAR(texel(3, 2).g, 10 * place.*axis, 1e-5) << spot;
+        }
+        block.noise_octaves = 0;
+        EXPECT_NEAR(texel(3, 2).g, 0.5, 1e-6);
+        block.noise_amount = 0;
+        EXPECT_EQ(texel(3, 2).g, 1);
+        block.noise_amount = 1, block.volume_noise = miFALSE;
+        EXPECT_EQ(texel(3, 2).g, 1);
+    }
+}
+
+TEST_F(MapsTest, FractalNoiseCompoundsItsScale) {
+    std::vector<miScalar> scales;
+    host.noise = [&](const miVector& p) {
+        scales.push_back(p.y / 2);
+        return 0.0f;
+    };
+    const miVector p = {1, 2, 3};
+    EXPECT_EQ(qv_FractalNoise(&p, 0, 1), 0.5f);
+    EXPECT_EQ(qv_FractalNoise(&p, 4, 2), 0.5f + 2 * 0.5f * 1.875f);
+    EXPECT_THAT(scales, testing::ElementsAre(1, 2, 8, 64));
+    host.noise = nullptr;
+    EXPECT_TRUE(std::isfinite(qv_FractalNoise(&p, INT_MAX, 1)));
+}
+
+// The ground ends at x = 0.
+TEST_F(MapsTest, DepthRaysMeasureTheSceneFromTheLight) {
+    state.thread = 5;
+    state.reflection_level = 3, state.refraction_level = 2;
+    trace([&](const miVector& org, const miVector& dir) {
+        EXPECT_TRUE(state.pri == nullptr && state.pri_index == 0);
+        EXPECT_TRUE(state.reflection_level == 7 && state.refraction_level == 7);
+        EXPECT_TRUE(is_zero(state.normal - dir) && is_zero(state.normal_geom - dir));
+        state.pri = &state, state.pri_index = 9;
+        miState other = state;
+        other.thread = 0;
+        EXPECT_FALSE(catch_depth(&shared(), &other));
+        const double distance = -org.y / dir.y;
+        return distance < 0 || org.x + distance * dir.x > 0 ? 0 : distance;
+    });
+    for (const miScalar start : {0.0f, 2.0f}) {
+        Orvane_Light_params& block = only(true);
+        block.shadow = miTRUE, block.depth_start = start;
+        const VolumeLight& light = set_up();
+        for (int i = 0; i < 4; ++i)
+            for (int j = 0; j < 4; ++j) {
+                const double ground = 10 * std::hypot(1, (i - 1.5) / 2, (j - 1.5) / 2) - 0.05;
+                EXPECT_FLOAT_EQ(light.depth[i][j], i < 2 ? static_cast<miScalar>(ground) : FLT_MAX);
+            }
+        EXPECT_TRUE(state.reflection_level == 3 && state.refraction_level == 2);
+        EXPECT_FALSE(catch_depth(&shared(), &state));
+    }
+    only(false).volume_shadows = miTRUE;  // column 1 looks to -x, row 0 down
+    EXPECT_FLOAT_EQ(set_up().depth[1][0], 10 / std::cos(0.39269908f) - 0.05f);
+    EXPECT_EQ(set_up().depth[1][3], FLT_MAX);
+    host.trace_reflection = nullptr;  // nothing to pass through
+    EXPECT_EQ(set_up().depth[1][0], FLT_MAX);
+    options.shadow = miSHADOW_SORT;  // maps know nothing of these
+    EXPECT_FALSE(set_up().has_depth);
+}
+
+}  // namespace
