@@ -38,14 +38,8 @@ void set_up_map_frame(miState* state, MapFrame* frame, miVector* origin, miVecto
     mi_point_from_world(state, &frame->centre, &centre);
 }
 
-extern "C" {
-
-void qv_SetupMapProj(miState* state, miMatrix matrix, miVector* origin, miVector* direction,
-                     double distance) {
-    MapFrame frame;
-    set_up_map_frame(state, &frame, origin, direction, distance);
-
-    // Put each axis into a column: a point's products with the axes are its coordinates.
+// Each axis fills a column: a point's products with the axes are its coordinates.
+void rotation_to(const MapFrame& frame, miMatrix matrix) {
     mi_matrix_ident(matrix);
     const miVector axes[3] = {frame.x, frame.y, frame.z};
     for (int column = 0; column < 3; ++column) {
@@ -53,14 +47,27 @@ void qv_SetupMapProj(miState* state, miMatrix matrix, miVector* origin, miVector
         matrix[4 + column] = axes[column].y;
         matrix[8 + column] = axes[column].z;
     }
+}
+
+void translation(miMatrix matrix, miVector by) {
+    mi_matrix_ident(matrix);
+    matrix[12] = by.x;
+    matrix[13] = by.y;
+    matrix[14] = by.z;
+}
+
+extern "C" {
+
+void qv_SetupMapProj(miState* state, miMatrix matrix, miVector* origin, miVector* direction,
+                     double distance) {
+    MapFrame frame;
+    set_up_map_frame(state, &frame, origin, direction, distance);
 
     // Measure from the centre.
-    miMatrix translation;
-    mi_matrix_ident(translation);
-    translation[12] = -frame.centre.x;
-    translation[13] = -frame.centre.y;
-    translation[14] = -frame.centre.z;
-    mi_matrix_prod(matrix, translation, matrix);
+    rotation_to(frame, matrix);
+    miMatrix shift;
+    translation(shift, -frame.centre);
+    mi_matrix_prod(matrix, shift, matrix);
 }
 
 void qv_SlideConvertToMapProj(miMatrix matrix, miVector* origin, miVector* point, miVector* uv) {

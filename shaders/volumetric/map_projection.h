@@ -32,6 +32,10 @@ struct MapFrame {
 void set_up_map_frame(miState* state, MapFrame* frame, miVector* origin, miVector* direction,
                       double distance);
 
+// Matrices that take a point to its products with the axes of a frame, and that move it.
+void rotation_to(const MapFrame& frame, miMatrix matrix);
+void translation(miMatrix matrix, miVector by);
+
 extern "C" {
 
 // Fills matrix to take points of internal space to the coordinates (x, y, z) of that frame,

@@ -16,24 +16,6 @@ constexpr double kTurn = 6.283185307179586;
 constexpr int kMostOctaves = 64;  // more of them change nothing that a float can hold
 constexpr double kBias = 0.05;    // scene units by which depths are short, against self-shadowing
 
-// A rotation that takes a point to its products with the frame's axes.
-void to_frame(const MapFrame& frame, miMatrix matrix) {
-    mi_matrix_ident(matrix);
-    const miVector axes[3] = {frame.x, frame.y, frame.z};
-    for (int column = 0; column < 3; ++column) {
-        matrix[column] = axes[column].x;
-        matrix[4 + column] = axes[column].y;
-        matrix[8 + column] = axes[column].z;
-    }
-}
-
-void translation(miMatrix matrix, miVector by) {
-    mi_matrix_ident(matrix);
-    matrix[12] = by.x;
-    matrix[13] = by.y;
-    matrix[14] = by.z;
-}
-
 miVector transformed(miVector p, const miMatrix m) {
     return {p.x * m[0] + p.y * m[4] + p.z * m[8] + m[12],
             p.x * m[1] + p.y * m[5] + p.z * m[9] + m[13],
@@ -176,7 +158,7 @@ void qv_SetupPlanarDepthMap(VolumeLight* light, miState* state) {
     MapFrame frame;
     set_up_map_frame(state, &frame, &light->origin, &light->direction, light->extent);
     const miScalar half = light->half_res;
-    to_frame(frame, light->to_map);
+    rotation_to(frame, light->to_map);
 
     // From the map: its middle to 0, the axes of the frame, its place.
     miMatrix shift;
