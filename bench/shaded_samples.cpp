@@ -9,17 +9,14 @@
 #include <embree3/rtcore.h>
 
 #include <algorithm>
-#include <chrono>
 #include <cmath>
 #include <cstdio>
 #include <string>
 #include <vector>
 
 #include "film/film.h"
+#include "harness.h"
 #include "numeric/noise.h"
-#include "plugin/library.h"
-#include "scene/parser.h"
-#include "trace/frame.h"
 
 using namespace orvane;
 
@@ -80,12 +77,6 @@ material "m" opaque "soft_material" ( "diffuse" .7 .7 .7 1, "light" [ "li" ] ) e
 instgroup "root" "ci" "li" "hi" end instgroup
 render "root" "ci" "o"
 )";
-}
-
-double seconds_of(const auto& work) {
-    const auto start = std::chrono::steady_clock::now();
-    work();
-    return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
 }
 
 struct Primary {
@@ -168,7 +159,7 @@ void measure(trace::Frame& frame) {
     settings.samples_min = settings.samples_max = 0;
     const auto whole = [&](int threads) {
         settings.threads = threads;
-        return seconds_of([&] {
+        return bench::seconds_of([&] {
             film::render_film(
                 settings,
                 [&frame](const film::SamplePlace& at) {
@@ -180,11 +171,11 @@ void measure(trace::Frame& frame) {
         });
     };
     for (int pass = 0; pass < kPasses; ++pass) {
-        rays = std::min(rays, seconds_of([&] {
+        rays = std::min(rays, bench::seconds_of([&] {
                             for (const Primary& primary : primaries)
                                 lit += bare.trace(primary, light);
                         }));
-        shaded = std::min(shaded, seconds_of([&] {
+        shaded = std::min(shaded, bench::seconds_of([&] {
                               for (int y = 0; y < kHeight; ++y)
                                   for (int x = 0; x < kWidth; ++x)
                                       sum += frame
@@ -208,19 +199,4 @@ void measure(trace::Frame& frame) {
 
 }  // namespace
 
-int main() {
-    scene::ParserSettings settings;
-    const std::filesystem::path here =
-        std::filesystem::read_symlink("/proc/self/exe").parent_path();
-    settings.include_path = {here};
-    settings.on_render = [&here](const scene::Scene& scene, const scene::RenderCommand& command) {
-        plugin::Libraries libraries({here});
-        std::string why;
-        for (const auto& [name, place] : scene.libraries) libraries.link(name, why);
-        world::PictureCache pictures;
-        world::World world(scene, command, libraries, pictures, {}, {});
-        trace::Frame frame(world);
-        measure(frame);
-    };
-    scene::parse_text(scene_text(), "bench", {}, settings);
-}
+int main() { bench::with_frame(scene_text(), measure); }

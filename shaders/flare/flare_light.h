@@ -22,4 +22,6 @@ struct FlareLight {
     double streak_angle[kMostStreaks];  // radians
     double streak_frequency[kMostStreaks];
     double streak_width[kMostStreaks];
+    miScalar streak_cosine[kMostStreaks];  // of the angles, for every pixel
+    miScalar streak_sine[kMostStreaks];
 };

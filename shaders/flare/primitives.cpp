@@ -3,6 +3,7 @@
 #include "flare/primitives.h"
 
 #include <algorithm>
+#include <climits>
 #include <cmath>
 
 namespace {
@@ -20,9 +21,10 @@ RayTable ray_table[kThreads];  // equal copies, one a render thread
 
 miScalar blended(miScalar a, miScalar b, miScalar t) { return (1 - t) * a + t * b; }
 
-// Truncated towards zero; -1, which draws nothing, for numbers beyond all integers.
+// Truncated towards zero. Numbers beyond all integers, and what is no number, become the least one:
+// no mode, no sides, no rays.
 int whole(miScalar value) {
-    return value > -2147483648.0f && value < 2147483648.0f ? static_cast<int>(value) : -1;
+    return value > -2147483648.0f && value < 2147483648.0f ? static_cast<int>(value) : INT_MIN;
 }
 
 void place_on_axis(miScalar* v, const FlareLight* light, miScalar position) {
@@ -63,16 +65,69 @@ miScalar on_ray(const RayTable& table, int j, const InBurst& at, miScalar inner,
     return d < inner ? along : along * (outer - d) / (outer - inner);
 }
 
-// The strongest of rays first to last, both within the table.
+// The strongest of rays first to last, both within the table. The divisions are spared where even
+// a margin far above all rounding leaves the pixel beside the ray.
 miBoolean draw_burst(miState* state, miColor* out, miColor col, const InBurst& at, int first,
                      int last, miScalar inner, miScalar outer, miScalar spread, int mode,
                      miScalar V, int thread) {
     const RayTable& table = ray_table[thread];
+    const miScalar widened = at.distance * spread;
+    const miScalar most = outer + widened + 1e-5f * (std::abs(outer) + std::abs(widened)) + 1e-30f;
     miScalar best = 0;
-    for (int j = first; j <= last; ++j)
-        best = std::max(best, on_ray(table, j, at, inner, outer, spread));
+    for (int j = first; j <= last; ++j) {
+        const miScalar len = table.length[j];
+        const miScalar beside = std::abs(-table.sine[j] * at.dx + table.cosine[j] * at.dy);
+        if (len >= at.distance && beside <= most * len)
+            best = std::max(best, on_ray(table, j, at, inner, outer, spread));
+    }
     if (!(best > 0)) return miFALSE;
     return primitiveProfile(state, out, col, best, at.dx, at.dy, 1.0f, mode, V);
+}
+
+// How far a polygon reaches from its centre: to its corners, at R / cos(pi / sides), which is not
+// above R (1 + 9 / sides^2). One or two edges enclose nothing, and the remainder of an angle that a
+// negative rotation leaves below 0 can lie outside of its edge.
+miScalar polygon_reach(miScalar R, miScalar rot, int sides) {
+    const auto n = static_cast<miScalar>(sides);
+    return sides >= 3 && rot * n > -3.14f ? R * (1 + 9 / (n * n)) : INFINITY;
+}
+
+// How far a placed primitive reaches from its centre before it is stretched; no ray is longer
+// than its burst's size.
+miScalar reach(const FlarePrimitive& primitive) {
+    const miScalar* v = primitive.values;
+    switch (primitive.type) {
+        case PRIMITIVE_CIRCLE:
+            return v[5];
+        case PRIMITIVE_CIRCLE_D:
+            return v[7];
+        case PRIMITIVE_NGON:
+            return polygon_reach(v[5], v[6], whole(v[8]));
+        case PRIMITIVE_NGON_D:
+            return polygon_reach(v[7], v[8], whole(v[10]));
+        case PRIMITIVE_SECTOR:
+        case PRIMITIVE_RAYS:
+            return std::abs(v[6]);
+    }
+    return -1;
+}
+
+// Whether a pixel is so far above, below or beside a primitive that its rasteriser draws nothing.
+// The margins are far above all rounding, the absolute ones above what is lost where squares and
+// products underflow. With what is not a number the rasteriser decides.
+bool is_beyond(const FlarePrimitive& primitive, miScalar X, miScalar Y, miScalar aspect) {
+    const miScalar most = 1.0001f * reach(primitive) + 1e-18f;
+    return std::abs(Y - primitive.values[4]) > most ||
+           std::abs(X - primitive.values[3]) > most * std::abs(aspect) + 1e-30f;
+}
+
+// drawCircle for calls from here: those of an exported name cannot be expanded.
+miBoolean circle(miState* state, miColor* out, const miColor& col, miScalar X, miScalar Y,
+                 miScalar cx, miScalar cy, miScalar R, int mode, miScalar V, miScalar aspect) {
+    const miScalar dx = (X - cx) / aspect, dy = Y - cy;
+    const miScalar r = std::sqrt(dx * dx + dy * dy);
+    if (!(r <= R)) return miFALSE;
+    return primitiveProfile(state, out, col, r, dx, dy, R, mode, V);
 }
 
 miBoolean draw(miState* state, miColor* out, const FlarePrimitive& primitive, miScalar X,
@@ -81,9 +136,9 @@ miBoolean draw(miState* state, miColor* out, const FlarePrimitive& primitive, mi
     const miColor col = {v[0], v[1], v[2], 0};
     switch (primitive.type) {
         case PRIMITIVE_CIRCLE:
-            return drawCircle(state, out, col, X, Y, v[3], v[4], v[5], whole(v[6]), v[7], aspect);
+            return circle(state, out, col, X, Y, v[3], v[4], v[5], whole(v[6]), v[7], aspect);
         case PRIMITIVE_CIRCLE_D:
-            return drawCircle(state, out, col, X, Y, v[3], v[4], v[7], whole(v[8]), v[9], aspect);
+            return circle(state, out, col, X, Y, v[3], v[4], v[7], whole(v[8]), v[9], aspect);
         case PRIMITIVE_NGON:
             return drawNgon(state, out, col, X, Y, v[3], v[4], v[5], v[6], whole(v[8]), whole(v[9]),
                             v[10], aspect);
@@ -150,21 +205,25 @@ void placePrimitives(FlareLight* light, miScalar blend) {
 
 void drawPrimitives(miState* state, miColor* out, const FlareLight* light, miScalar X, miScalar Y,
                     int thread) {
-    *out = {0, 0, 0, 0};
+    miColor sum = {0, 0, 0, 0};
+    *out = sum;
+    if (light->primitive_count <= 0) return;
+    const FlarePrimitive* primitives = light->primitives;
+    const miScalar aspect = light->params->flare_aspect;
     for (int i = 0; i < light->primitive_count; ++i) {
+        if (is_beyond(primitives[i], X, Y, aspect)) continue;
         miColor drawn = {0, 0, 0, 0};
-        if (!draw(state, &drawn, light->primitives[i], X, Y, light->params->flare_aspect, thread))
-            continue;
-        out->r += drawn.r;
-        out->g += drawn.g;
-        out->b += drawn.b;
+        if (!draw(state, &drawn, primitives[i], X, Y, aspect, thread)) continue;
+        sum.r += drawn.r;
+        sum.g += drawn.g;
+        sum.b += drawn.b;
     }
+    *out = sum;
 }
 
 miBoolean drawCircle(miState* state, miColor* out, miColor col, miScalar X, miScalar Y, miScalar cx,
                      miScalar cy, miScalar R, int mode, miScalar V, miScalar aspect) {
-    const miScalar dx = (X - cx) / aspect, dy = Y - cy;
-    return primitiveProfile(state, out, col, std::sqrt(dx * dx + dy * dy), dx, dy, R, mode, V);
+    return circle(state, out, col, X, Y, cx, cy, R, mode, V, aspect);
 }
 
 // The distance is measured along the normal of the nearest edge.
@@ -187,7 +246,7 @@ miBoolean drawNgon(miState* state, miColor* out, miColor col, miScalar X, miScal
 miBoolean drawRays(miState* state, miColor* out, miColor col, miScalar X, miScalar Y, miScalar cx,
                    miScalar cy, miScalar rot, miScalar size, miScalar inner, miScalar outer,
                    int count, int first, int mode, miScalar V, miScalar aspect, int thread) {
-    const long long end = std::min<long long>(static_cast<long long>(first) + count, kRays);
+    const long long end = std::clamp<long long>(static_cast<long long>(first) + count, 0, kRays);
     return draw_burst(state, out, col, in_burst(X, Y, cx, cy, rot, size, aspect),
                       std::max(first, 0), static_cast<int>(end) - 1, inner, outer, 0, mode, V,
                       thread);

@@ -71,6 +71,8 @@ void buildStarTables(FlareLight* light, int index, miState* state) {
         light->streak_angle[i] =
             i * 6.283185307179586 / n + follow * static_cast<double>(polar) +
             static_cast<double>(params->star_rotation) * 3.141592653589793 / 180;
+        light->streak_cosine[i] = static_cast<miScalar>(std::cos(light->streak_angle[i]));
+        light->streak_sine[i] = static_cast<miScalar>(std::sin(light->streak_angle[i]));
         frequency = 100 / static_cast<double>(params->star_length) * 3141.592653589793;
         width = static_cast<double>(params->star_width) / 5;
         if (!varies_length && !varies_width) continue;
@@ -92,9 +94,8 @@ void drawStar(miColor* out, const FlareLight* light, miScalar X, miScalar Y) {
     const double ax = std::atan(dx / 100000), ay = std::atan(dy / 100000);
     const int n = streaks(light->params);
     for (int i = 0; i < n; ++i) {
-        const auto c = static_cast<double>(static_cast<miScalar>(std::cos(light->streak_angle[i])));
-        const auto s = static_cast<double>(static_cast<miScalar>(std::sin(light->streak_angle[i])));
         const double w = light->streak_width[i];
+        const double c = light->streak_cosine[i], s = light->streak_sine[i];
         const double p = std::abs(dx * s - dy * c);
         if (!(p < 5 * w)) continue;
         const auto along = static_cast<miScalar>(std::sin(std::abs(ax * c + ay * s)));

@@ -28,7 +28,8 @@ class FlarePropertyTest : public scripted::Renderer {
 
     // A number of a usual size, or now and then one that nobody means.
     miScalar hostile(double low, double high) {
-        constexpr miScalar kOdd[] = {0, -1, 1e-45f, 195, 2e9f, 1e20f, 3e38f, -3e38f, NAN, INFINITY};
+        constexpr miScalar kOdd[] = {0,     -1,    1e-45f, 195, 2e9f,    -2e9f,
+                                     1e20f, 3e38f, -3e38f, NAN, INFINITY};
         return below(3) ? uniform(low, high) : kOdd[below(std::size(kOdd))];
     }
 
