@@ -43,9 +43,9 @@ miScalar rough_turns(miScalar y, miScalar x) {
     return y < 0 ? -turns : turns;
 }
 
-// The largest whole number not above x; false when an error of x as large as margin may change it.
+// Truncates x, which is not negative; false when an error of x as large as margin may change that.
 bool sure_floor(miScalar x, miScalar margin, int* i) {
-    *i = floor_to_int(x);
+    *i = static_cast<int>(x);
     const miScalar beyond = x - static_cast<miScalar>(*i);
     return beyond > margin && beyond < 1 - margin;
 }
@@ -144,7 +144,8 @@ void convert_to_spheric_texel(const VolumeLight* light, miVector* dir, int* i, i
     const miScalar sine = std::sqrt((1 - dir->y) * (1 + dir->y));
     miScalar u = 1 - rough_turns(dir->x, dir->z), v = 1 - 2 * rough_turns(sine, dir->y);
     if (u > 1) u -= 1;
-    if (u > kError && u < 1 - kError && sure_floor(u * n + 0.5f, kError * n, i) &&
+    const bool on_map = u > kError && u < 1 - kError && v >= 0 && v <= 1;
+    if (on_map && sure_floor(u * n + 0.5f, kError * n, i) &&
         sure_floor(v * n + 0.5f, kError * n, j))
         return;
     qv_ConvertToSphericMapProj(dir, &u, &v);
