@@ -27,13 +27,13 @@ static inline int count_lenses(const miState* state) {
 }
 
 // Counts them into a block of its own at the instance's user pointer, under the render's lock.
-// Returns the count; 0 when there is no memory for it.
+// Returns the count; -1 when there is no memory for it.
 static inline int register_lens(miState* state, const char* source) {
     void** user = nullptr;
     mi_query(miQ_FUNC_USERPTR, state, miNULLTAG, &user);
     if (!user) return 0;
     *user = mi_mem_int_allocate(source, __LINE__, sizeof(miInteger));
-    if (!*user) return 0;
+    if (!*user) return -1;
     return *static_cast<miInteger*>(*user) = count_lenses(state);
 }
 

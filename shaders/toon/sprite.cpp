@@ -26,14 +26,25 @@ static miBoolean no_contour(miColor*, miState*, void*, zel_ct_store*) { return m
 
 static bool is_scanline(const miState* state) { return state->options->scanline == miTRUE; }
 
-// A scene's second instance takes over the stores of the first: neither will use them.
-static void init_stores(int radius) {
+// The stores go to the instance that is initialised last. Two on one camera use none; of two on
+// different cameras the one that renders has the radius of the last.
+static bool init_stores(int radius) {
     for (int i = 0; stores && i < kThreads; ++i) {
         zel_ct_exit(&stores[i]);
-        if (!zel_ct_init(&stores[i], radius, 0, no_contour, nullptr))
-            mi_fatal("sprite: unable to initialize\n");
+        if (!zel_ct_init(&stores[i], radius, 0, no_contour, nullptr)) return false;
     }
-    mi_progress("sprite: initialized %d thread(s)\n", kThreads);
+    return true;
+}
+
+static void init_instance(miState* state, int radius) {
+    mi_lock(state->global_lock);
+    const int count = register_lens(state, "sprite");
+    if (count > 1) mi_warning("zel_sprite: only one instance allowed, others disabled\n");
+    const bool ready = init_stores(radius);
+    if (ready) mi_progress("sprite: initialized %d thread(s)\n", kThreads);
+    mi_unlock(state->global_lock);
+    if (count < 0) mi_fatal("sprite: unable to allocate shader memory\n");
+    if (!ready) mi_fatal("sprite: unable to initialize\n");
 }
 
 void zel_sprite_init(miState* state, zel_sprite_params* params, miBoolean* inst_req) {
@@ -46,11 +57,7 @@ void zel_sprite_init(miState* state, zel_sprite_params* params, miBoolean* inst_
         if (!stores) mi_fatal("sprite: unable to allocate shader memory\n");
         return;
     }
-    mi_lock(state->global_lock);
-    if (register_lens(state, "sprite") > 1)
-        mi_warning("zel_sprite: only one instance allowed, others disabled\n");
-    init_stores(params->radius);
-    mi_unlock(state->global_lock);
+    init_instance(state, params->radius);
 }
 
 void zel_sprite_exit(miState* state, void* params) {

@@ -82,9 +82,10 @@ void init_stores() {
 
 void init_instance(miState* state) {
     mi_lock(state->global_lock);
-    if (register_lens(state, "toon_len") > 1)
-        mi_warning("toon_lens: only one instance allowed, others disabled\n");
+    const int count = register_lens(state, "toon_len");
+    if (count > 1) mi_warning("toon_lens: only one instance allowed, others disabled\n");
     mi_unlock(state->global_lock);
+    if (count < 0) mi_fatal("toon_lens: unable to allocate shader memory\n");
 }
 
 // How much of its lines a sample shall have.
