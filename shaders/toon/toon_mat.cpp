@@ -173,9 +173,10 @@ miBoolean zel_toon_mat(miColor* result, miState* state, zel_toon_mat_params* par
     // Ambience is applied here, or not at all.
     std::fill_n(work.ambience, 3, 1.0f);
 
-    miBoolean answer;
+    miBoolean answer = miTRUE;
     miScalar ior_in = 1, ior_out = 1;
-    if (!begin_material(result, state, &work, &params->material, &ior_in, &ior_out, &answer))
+    if (!begin_material(result, state, &work, &params->material, miSHARP, &ior_in, &ior_out,
+                        &answer))
         return answer;
     miColor light_sum;
     miInteger zone;

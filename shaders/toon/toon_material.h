@@ -5,6 +5,7 @@
 
 #include "frame/host.h"
 #include "frame/soft_material.h"
+#include "frame/surface.h"
 
 constexpr int kMostGrouped = 200;
 
@@ -45,22 +46,6 @@ static inline void copy_group(zel_toon_record* record, const zel_toon_grouped* g
     group += index;
     record->group_count = std::clamp(count, 0, kMostGrouped);
     for (int k = 0; k < record->group_count; ++k) record->group_labels[k] = group[k].label;
-}
-
-// Applies a material's textures to work, its copy; indices of refraction for all but shadow rays.
-// false when the ray is answered: a shadow ray, with *answer.
-static inline bool begin_material(miColor* result, miState* state, soft_material_params* work,
-                                  soft_material_params* block, miScalar* ior_in, miScalar* ior_out,
-                                  miBoolean* answer) {
-    const bool shadow = state->type == miRAY_SHADOW;
-    if (shadow && !mi_mtl_is_casting_shadow(state, block)) {
-        *answer = miTRUE;
-        return false;
-    }
-    if (!shadow) mi_mtl_refraction_index(state, block, ior_in, ior_out);
-    mi_mtl_textures(state, work, block, &state->normal, &state->dot_nd);
-    if (shadow) *answer = mi_mtl_compute_shadow(result, work);
-    return !shadow;
 }
 
 extern "C" {

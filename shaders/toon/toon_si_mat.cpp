@@ -35,20 +35,6 @@ void zel_toon_si_mat_init(miState*, zel_toon_si_mat_params* params, miBoolean* i
 
 namespace {
 
-void add(miColor* to, const miColor& surface, const miColor& light, miScalar weight) {
-    to->r += weight * surface.r * light.r;
-    to->g += weight * surface.g * light.g;
-    to->b += weight * surface.b * light.b;
-}
-
-void add_highlight(miColor* result, miState* state, const soft_material_params& work,
-                   const miColor& light, miVector* dir) {
-    if (work.model == miHIGHLIGHT_PHONG)
-        add(result, work.specular, light, mi_phong_specular(work.exponent, state, dir));
-    if (work.model == miHIGHLIGHT_BLINN)
-        add(result, work.specular, light, mi_blong_specular(work.exponent, state, dir));
-}
-
 // Adds the light of a list whose element k lies at index + k, also to light_sum.
 void add_lights(miColor* result, miState* state, const soft_material_params& work,
                 const miTag* light, miInteger index, miInteger count, bool highlights,
@@ -60,8 +46,8 @@ void add_lights(miColor* result, miState* state, const soft_material_params& wor
         miScalar dot_nl;
         if (!mi_trace_light(&color, &dir, &dot_nl, state, light[k])) continue;
         *light_sum = {light_sum->r + color.r, light_sum->g + color.g, light_sum->b + color.b, 0};
-        add(result, work.diffuse, color, dot_nl);
-        if (highlights) add_highlight(result, state, work, color, &dir);
+        add_light(result, dot_nl, work.diffuse, color);
+        if (highlights) add_light(result, highlight(state, work, &dir), work.specular, color);
     }
 }
 
@@ -101,9 +87,10 @@ extern "C" {
 
 miBoolean zel_toon_si_mat(miColor* result, miState* state, zel_toon_si_mat_params* params) {
     soft_material_params work = params->material;
-    miBoolean answer;
+    miBoolean answer = miTRUE;
     miScalar ior_in = 1, ior_out = 1;
-    if (!begin_material(result, state, &work, &params->material, &ior_in, &ior_out, &answer))
+    if (!begin_material(result, state, &work, &params->material, miSHARP, &ior_in, &ior_out,
+                        &answer))
         return answer;
     miColor light_sum = {0, 0, 0, 0};
     shade(result, state, work, params->material, &light_sum);

@@ -44,9 +44,10 @@ miBoolean zel_toon_wire_mat(miColor* result, miState* state, zel_toon_wire_mat_p
     const miVector normal = state->normal, normal_geom = state->normal_geom;
     if (params->faceted == 1) state->normal = normal_geom;
     soft_material_params work = params->material;
-    miBoolean answer;
+    miBoolean answer = miTRUE;
     miScalar ior_in = 1, ior_out = 1;
-    if (!begin_material(result, state, &work, &params->material, &ior_in, &ior_out, &answer))
+    if (!begin_material(result, state, &work, &params->material, miSHARP, &ior_in, &ior_out,
+                        &answer))
         return answer;
     mi_mtl_illumination(result, state, &work, &params->material, ior_in, ior_out);
     mi_mtl_reflection(result, state, &work);
