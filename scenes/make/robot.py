@@ -82,8 +82,8 @@ def hose(points, radius, rings, bulge=0.22):
 
 # The right arm, at the picture's left, waves; the left one holds a string.
 ARMS = ([(-0.50, 1.20, 0), (-0.74, 1.16, 0.04), (-0.93, 1.32, 0.10), (-0.98, 1.58, 0.14)],
-        [(0.50, 1.20, 0), (0.74, 1.08, 0.04), (0.86, 0.98, 0.20), (0.90, 1.06, 0.42)])
-EYES = ((-0.19, 1.86, 0.36), (0.19, 1.86, 0.36))
+        [(0.50, 1.20, 0), (0.74, 1.06, 0.04), (0.98, 1.06, 0.12), (1.10, 1.28, 0.18)])
+EYES = ((-0.205, 1.90, 0.42), (0.205, 1.90, 0.42))
 
 
 def boots():
@@ -165,19 +165,20 @@ def knobs():
 def head():
     return turned_part([[(0, 1.56), (0.33, 1.56)], [(0.33, 1.56), (0.41, 1.62)],
                         curve([(0.41, 1.62), (0.435, 1.80), (0.42, 2.00)], 8),
-                        [(0.42, 2.00), (0.45, 2.00)], [(0.45, 2.00), (0.45, 2.05)],
-                        [(0.45, 2.05), (0.40, 2.05)],
-                        [(0.40 * math.cos(a), 2.05 + 0.20 * math.sin(a))
-                         for a in (math.pi / 2 * k / 14 for k in range(14))] + [(0, 2.25)]], 64)
+                        [(0.42, 2.00), (0.455, 2.03)], [(0.455, 2.03), (0.455, 2.09)],
+                        [(0.455, 2.09), (0.42, 2.09)],
+                        [(0.447 * math.cos(a), 2.02 + 0.205 * math.sin(a))
+                         for a in (0.35 + (math.pi / 2 - 0.35) * k / 14 for k in range(14))]
+                        + [(0, 2.225)]], 64)
 
 
 def rims():
     """Goggles and antenna."""
     mesh = Mesh()
     for p in EYES:
-        aim(mesh, turned_part([[(0.165, -0.10), (0.165, 0.07)], [(0.165, 0.07), (0.135, 0.07)],
+        aim(mesh, turned_part([[(0.165, -0.20), (0.165, 0.07)], [(0.165, 0.07), (0.135, 0.07)],
                                [(0.135, 0.07), (0.135, 0.02)]], 64), (0, 0, 1), p, (0, 1, 0))
-    mesh.faces += turned_part([[(0.09, 2.20), (0.08, 2.28)], [(0.08, 2.28), (0.022, 2.28)],
+    mesh.faces += turned_part([[(0.09, 2.18), (0.08, 2.28)], [(0.08, 2.28), (0.022, 2.28)],
                                [(0.022, 2.28), (0.018, 2.50)]], 32).faces
     return mesh
 
@@ -204,7 +205,7 @@ def smile():
     path = []
     for k in range(25):
         a = math.radians(-32 + 64 * k / 24)
-        path.append((0.428 * math.sin(a), 1.655 + 0.06 * (a / 0.56) ** 2, 0.428 * math.cos(a)))
+        path.append((0.428 * math.sin(a), 1.65 + 0.05 * (a / 0.56) ** 2, 0.428 * math.cos(a)))
     radii = [0.004 + 0.014 * math.sin(math.pi * k / 24) for k in range(25)]
     return tube(path, radii, 16)
 
@@ -213,7 +214,7 @@ def hands():
     mesh = Mesh()
     for k, points in enumerate(ARMS):
         end = points[-1]
-        axis = (-0.1, 1, 0.15) if k == 0 else (0.15, 0.35, 1)
+        axis = (-0.1, 1, 0.15) if k == 0 else (0.2, 1, 0.15)
         hand = turned_part([[(0, -0.02), (0.10, -0.02)], [(0.10, -0.02), (0.12, 0.07)],
                             [(0.12, 0.07), (0, 0.07)]], 40)
         for side in (-1, 1):  # a claw of two fingers, bent towards each other
@@ -222,7 +223,7 @@ def hands():
             run = curve(finger, 8)
             hand.faces += tube(run, 0.042, 24).faces
             hand.sphere(0.042, 24, 12, finger[-1])
-        aim(hand_mesh := Mesh(), hand, axis, end, (0, 0, 1) if k == 0 else (0, 1, 0))
+        aim(hand_mesh := Mesh(), hand, axis, end)
         mesh.faces += hand_mesh.faces
     return mesh
 
@@ -239,8 +240,8 @@ def balloon():
 
 def string():
     """From the robot's left hand up to the balloon's knot at (1.25, 2.30, 0.55)."""
-    return tube(curve([(0.95, 1.00, 0.62), (0.955, 1.25, 0.66), (1.02, 1.70, 0.63),
-                       (1.17, 2.00, 0.58), (1.25, 2.28, 0.55)], 8), 0.011, 10)
+    return tube(curve([(1.13, 1.36, 0.21), (1.15, 1.56, 0.22), (1.24, 1.80, 0.34),
+                       (1.20, 2.05, 0.48), (1.25, 2.28, 0.55)], 8), 0.013, 10)
 
 
 def knoll():
@@ -261,14 +262,15 @@ def sky(u, v):
     color = mix(base, (1.0, 0.96, 0.82), 0.30 * smooth(0.46, 0.54, ray))
     if math.hypot(x, y) < 0.16:
         color = (1.0, 0.97, 0.86)
-    for cx, cy, r in CLOUDS:
-        d = math.hypot(u * 16 / 9 - cx, v - cy) - r
-        if d < 0.004 and v > cy - 0.35 * r:
+    for cx, cy, r, base in CLOUDS:
+        d = max(math.hypot(u * 16 / 9 - cx, v - cy) - r, base - v)
+        if d < 0.004:
             color = mix((1, 0.99, 0.95), color, clamp(d / 0.004))
     return color
 
 
-CLOUDS = [(x + dx * s, y + dy * s, r * s) for x, y, s in ((0.28, 0.80, 1.0), (1.52, 0.62, 0.8))
+# Round tops over one flat base.
+CLOUDS = [(x + dx * s, y + dy * s, r * s, y - 0.02 * s) for x, y, s in ((0.28, 0.80, 1.0), (1.52, 0.62, 0.8))
           for dx, dy, r in ((-0.13, 0, 0.055), (-0.05, 0.02, 0.085), (0.06, 0.012, 0.075),
                             (0.14, 0, 0.05))]
 

@@ -3,6 +3,7 @@
 tiles.png  two by two marble floor tiles, dark and light; repeats
 wood.png   a walnut board, grain along v; repeats in v
 globe.png  a painted globe of a world that does not exist: longitude across, north up
+strokes.png  white strokes of a dry brush on black, for a cartoon's lines
 """
 
 import math
@@ -69,8 +70,20 @@ def globe(u, v):
     return mix(color, (0.30, 0.20, 0.10), 0.55 * smooth(0.009, 0.005, min(east, north)))
 
 
+def strokes(u, v):
+    """Slanting strokes with frayed ends: white or black."""
+    x, y = u * 6 + v * 0.9, v * 9 - u * 1.6
+    row = math.floor(y)
+    reach = 2.2 + 3.4 * noise(row * 0.73, 3.1, seed=9)
+    bristle = fractal(x * 0.9, y * 12, 3, seed=5)
+    inside = min(x - 0.7 - 0.5 * noise(row * 1.9, 7.7), reach + 0.6 - x, 1.2)
+    edge = min(y - row, row + 1 - y)
+    return (float(bristle < 0.35 + 0.5 * inside and edge > 0.12 * bristle),) * 3
+
+
 if __name__ == "__main__":
     os.makedirs(FOLDER, exist_ok=True)
     write_png(os.path.join(FOLDER, "tiles.png"), paint(384, 384, tiles, 2, 48))
     write_png(os.path.join(FOLDER, "wood.png"), paint(256, 256, wood, 2, 40))
     write_png(os.path.join(FOLDER, "globe.png"), paint(640, 320, globe, 2, 48))
+    write_png(os.path.join(FOLDER, "strokes.png"), paint(420, 350, strokes, 1, 2))
