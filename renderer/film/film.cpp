@@ -234,6 +234,8 @@ class Film {
         reporter_.end_tile();
     }
 
+    // A pixel whose samples are cut short keeps those of its last level: the rays of a stopped
+    // render come back without an answer.
     std::uint32_t sample_pixel(int x, int y, int level, int thread) {
         const std::size_t pixel = samples_.index(x, y);
         const std::uint64_t key = pixel_key(x, y);
@@ -245,6 +247,8 @@ class Film {
             const float time = settings_.motion ? sample_time(key, number) : 0;
             const EyeSample seen =
                 sample_({in_frame(x, offset.x), in_frame(y, offset.y), time, sample, thread});
+            if (stop_()) halted_ = true;
+            if (halted_) return number - first;
             samples_.add(pixel, number, finite(seen.color));
             if (number == 0) write_buffers(x, y, seen);
         }

@@ -68,13 +68,15 @@ miBoolean cast(miColor* result, miState* child, Rays rays, float near, float far
     return miTRUE;
 }
 
-// Shaders may lower the levels of their state, so the number of rays has a limit of its own.
+// Shaders may lower the levels of their state, so the number of rays has a limit of its own. Where
+// each hit traces several, even that is far away: a stopped render traces no more.
 constexpr int kDeepest = 300;
 
 bool deeper(const miState* state, int level, int most) {
     const bool sum_allows = state->in_medium || state->reflection_level + state->refraction_level <
                                                     state->options->trace_depth;
-    return state->options->trace && level < most && sum_allows && state->depth < kDeepest;
+    return state->options->trace && level < most && sum_allows && state->depth < kDeepest &&
+           !mi_par_aborted();
 }
 
 bool is_direction(const miVector& dir) {
