@@ -1,0 +1,125 @@
+// The illumination-model materials in pictures: as surfaces, as shadow shaders and in mirrors.
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+
+#include "command.h"
+
+namespace orvane {
+namespace {
+
+bool near(const miColor& a, const miColor& b) {
+    return std::abs(a.r - b.r) + std::abs(a.g - b.g) + std::abs(a.b - b.b) + std::abs(a.a - b.a) <
+           1e-5f;
+}
+
+std::string call(const std::string& shader, const std::string& parameters) {
+    return '"' + shader + "\" (" + parameters + ") ";
+}
+
+// From left to right: a card of the material, the shadow of that card on a wall, and a wall of the
+// material behind the camera, seen in a mirror.
+Scene card(const std::string& mode, const std::string& material) {
+    Scene s;
+    s.options = "shadow " + mode;
+    s.light("lamp", "\"soft_light\" ()", "origin -4 0 0").material("white", kWhite);
+    s.material("mirror", R"("soft_material" ("diffuse" 0 0 0 1, "reflectivity" 1))");
+    s.material("m", material).quad("card", "m", {-10, -10, -2}, {9.5, 0, 0}, {0, 20, 0});
+    s.wall("w", "white", -4).quad("glass", "mirror", {1, -10, -3}, {9, 0, 0}, {0, 20, 0});
+    return s.wall("behind", "m", 3);
+}
+
+// Each at settings at which it is soft_material.
+TEST(Materials, AreLikeTheOutsideMaterial) {
+    const std::string dull =
+        R"("diffuse" .9 .6 .3 1, "ambient" .1 0 .2 1, "light" ["lamp"], "tint_transparency" on,
+           "transparency" .5, "reflectivity" .5, )";
+    const std::string shiny = dull + R"("specular" .5 .5 .5, "exponent" 3, )";
+    const std::string strauss = R"("diffuse_light" ["lamp"], "reflectivity" .5, )";
+    const struct {
+        std::string shader, soft, own, shadow;
+    } kCases[] = {
+        {"zel_strauss", R"("diffuse" .9 .6 .3 1, )" + strauss,
+         R"("color" .9 .6 .3 1, "smoothness" 0, )" + strauss,
+         R"("color" .9 .6 .3 1, "transparency" .5, "tint_transparency" on)"},
+        {"zel_trispec", dull, dull, dull},
+        {"zel_frosty", dull,
+         dull + R"("reflect_spread" 0, "refract_spread" 0, "reflect_samples" 2, "refract_tint" 1,
+                   "refract_samples" 2, "edge_opacity" 0, "specular_opacity" 0)",
+         dull},
+        {"zel_peekaboo", shiny, shiny, dull},
+        {"zel_xmasball", shiny, shiny + R"("tint" 0)", dull},
+        {"zel_velvet", shiny, shiny + R"("strength" 0)", dull + R"("strength" 0)"},
+        {"translucent_material", shiny, shiny + R"("translucency" 0)", dull},
+    };
+    std::vector<Scene> scenes;
+    for (const auto& c : kCases)
+        for (const std::string mode : {"on", "sort", "segments"}) {
+            const std::string plain = call("soft_material", c.soft);
+            scenes.push_back(card(mode, plain + "shadow " + call("soft_material", dull)));
+            scenes.push_back(
+                card(mode, call(c.shader, c.own) + "shadow " + call(c.shader, c.shadow)));
+        }
+    const std::vector<Image> pictures = render_all(scenes);
+    for (std::size_t i = 0; i < pictures.size(); i += 2)
+        for (int x = 0; x < 3; ++x) {
+            const miColor &soft = pictures[i].at(x, 1), &ours = pictures[i + 1].at(x, 1);
+            EXPECT_GT(soft.r, soft.b + 0.01f);
+            EXPECT_TRUE(near(ours, soft))
+                << kCases[i / 6].shader << ", " << scenes[i].options << " at " << x;
+        }
+}
+
+// One after the other: the torch opens the wall, the lamp shines through it, the frost blurs the
+// edge of a step.
+TEST(Materials, ShowWhatLiesBehind) {
+    Scene peek, lampshade, frost;
+    peek.light("lamp").light("torch", "\"soft_light\" ()",
+                             "origin 0 0 0 direction 0 0 -1 spread .95");
+    peek.material("m", call("zel_peekaboo", R"("light" ["lamp", "torch"], "peek" ["torch"])"));
+    peek.wall("w", "m", -2).material("red", constant(1, 0, 0)).wall("r", "red", -3);
+    lampshade.light("lamp", "\"soft_light\" ()", "origin 0 0 -4");
+    lampshade.material("m", call("translucent_material",
+                                 R"("diffuse" 1 .5 .25 1, "light" ["lamp"], "translucency" .5)"));
+    lampshade.wall("w", "m", -2);
+    frost.material("m", call("zel_frosty", R"("model" 0, "diffuse" 1 1 1 1, "transparency" 1,
+        "edge_opacity" 0, "refract_spread" .5, "refract_samples" 1024)"));
+    frost.wall("w", "m", -2).material("red", constant(1, 0, 0));
+    frost.quad("r", "red", {0.25, -10, -3}, {10, 0, 0}, {0, 20, 0});
+    const std::vector<Image> pictures = render_all({peek, lampshade, frost});
+    const float aslant = 0.8320503f;  // cosine at a side
+    EXPECT_TRUE(near(pictures[0].at(1, 1), {1, 0, 0, 1}));
+    EXPECT_TRUE(near(pictures[0].at(0, 1), {0.7f * aslant, 0.7f * aslant, 0.7f * aslant, 1}));
+    EXPECT_TRUE(near(pictures[1].at(1, 1), {0.5f, 0.25f, 0.125f, 1}));
+    EXPECT_TRUE(near(pictures[1].at(2, 1), {0.5f * aslant, 0.25f * aslant, 0.125f * aslant, 1}));
+    // Behind the middle x / -z must exceed 1/4: q_x > (1 - q_z / 2) / 2 for q in the unit cube.
+    EXPECT_NEAR(pictures[2].at(1, 1).r, 0.625f, 0.02f);
+    EXPECT_TRUE(near(pictures[2].at(0, 1), {0, 0, 0, 0}));
+    EXPECT_TRUE(near(pictures[2].at(2, 1), {1, 0, 0, 1}));
+}
+
+// A matte wall takes the shadow of a card into its alpha, and another one blocks a second lamp.
+// Two mattes between two lamps beyond them do not ask each other for ever.
+TEST(Materials, MatteHoldsShadows) {
+    const std::string matte = call("zel_shadow_matte", R"("light" ["lamp", "l", "r"])");
+    std::vector<Scene> scenes;
+    for (const std::string mode : {"on", "segments"}) {
+        Scene& s = scenes.emplace_back();
+        s.options = "shadow " + mode;
+        s.light("lamp").light("l", "\"soft_light\" ()", "origin 0 0 -20");
+        s.light("r", "\"soft_light\" ()", "origin 0 0 20");
+        s.material("m", matte + "shadow " + matte).wall("front", "m", -4).wall("back", "m", 4);
+        s.material("card", "\"soft_material\" () shadow \"soft_material\" (\"transparency\" .25)");
+        s.quad("c", "card", {-10, -10, -1}, {9.5, 0, 0}, {0, 20, 0}, "shadow");
+    }
+    for (const Image& picture : render_all(scenes))
+        for (int x = 0; x < 3; ++x) {
+            const miColor& c = picture.at(x, 1);
+            EXPECT_EQ(c.r + c.g + c.b, 0);
+            EXPECT_EQ(c.a, x == 0 ? 0.75f : 0) << x;
+        }
+}
+
+}  // namespace
+}  // namespace orvane
