@@ -1,5 +1,7 @@
 // Looking textures up.
 
+#include <algorithm>
+
 #include "frame/host.h"
 #include "world/render.h"
 
@@ -17,6 +19,17 @@ miBoolean shade(const Shader& shader, miColor* color, miState* state, const miVe
     return answer;
 }
 
+// Output shaders lay pictures over the whole frame: there, the outermost pixels go on instead of
+// blending with those at the opposite edge.
+miColor look_up(const orvane::image::Image& image, const miState* state, const miVector& coord) {
+    if (!state->options->frame_buffers[miFB_COLOR]) return image.lookup(coord.x, coord.y);
+    const auto held = [](float u, int size) {
+        const float half = 0.5f / static_cast<float>(size);
+        return std::clamp(u, half, 1 - half);
+    };
+    return image.lookup(held(coord.x, image.width()), held(coord.y, image.height()));
+}
+
 }  // namespace
 
 extern "C" {
@@ -26,7 +39,7 @@ miBoolean mi_lookup_color_texture(miColor* color, miState* state, miTag texture,
     *color = {};
     if (const auto* image = items.get<Texture>(texture, miITEM_TEXTURE)) {
         if (image->shader) return shade(image->shader, color, state, *coord);
-        *color = image->image->lookup(coord->x, coord->y);
+        *color = look_up(*image->image, state, *coord);
         return miTRUE;
     }
     if (const auto* function = items.get<Function>(texture, miITEM_FUNCTION))
