@@ -13,16 +13,16 @@ import re
 import subprocess
 import tempfile
 
+from figure import SCENES, parameters_in, run, with_parameters
 from sheet import labelled, tile
 
-SCENES = os.path.join(os.path.dirname(os.path.abspath(__file__)), "..")
-LENS = {"width": "4", "group_depth": "0", "normal_threshold": "0.9", "color_threshold": "0.15"}
+LENS = {"width": "3.4", "group_depth": "0", "normal_threshold": "0.9", "color_threshold": "0.15"}
 COLORFUL = '"line_color" .20 .30 .75 1'
 CROWD = "".join(f"""
 instance "{part}{k}_inst" "robot_{part}" material "{material}" tag {tag}
     transform 1 0 0 0  0 1 0 0  0 0 1 0  {-x} 0 {-z} 1
 end instance
-""" for k, x, z in ((1, -1.6, -3.5), (2, 2.2, -7), (3, -3.6, -12))
+""" for k, x, z in ((1, 1.15, -3.6), (2, -2.3, -6), (3, 2.9, -10))
     for part, material, tag in (("limbs", "steel", 2), ("body", "red", 1), ("joints", "red", 1),
                                 ("knobs", "yellow", 3), ("head", "yellow", 4), ("rims", "steel", 4),
                                 ("eyes", "white", 5), ("pupils", "ink", 6), ("smile", "ink", 6),
@@ -58,28 +58,8 @@ class Cell:
         if self.crowd:
             names = " ".join(re.findall(r'instance ("\w+")', CROWD))
             text = text.replace('\ninstgroup "root"', f'{CROWD}\ninstgroup "root" {names}')
+            text = text.replace("0 0 1 0  0 0 4 1", "0 0 1 0  0 0 25 1")  # the backdrop
         return text + 'render "root" "cam_inst" "opt"\n'
-
-
-def parameters_in(text):
-    return {name: value.strip(" ,\n") for name, value in re.findall(r'"(\w+)" ("\w+"|[^"]+)', text)}
-
-
-def with_parameters(text, element, settings):
-    """Gives parameters of the shader of an element other values, or adds them."""
-    start = text.index(element)
-    end = text.index("\n    )", start)
-    call = text[start:end]
-    for name, value in parameters_in(settings).items():
-        call, count = re.subn(rf'"{name}" [^,\n]+', f'"{name}" {value}', call)
-        if not count:
-            call = re.sub(r'("zel_\w+" \()', rf'\1\n        "{name}" {value},', call, count=1)
-    return text[:start] + call + text[end:]
-
-
-def run(command, text, picture, *options):
-    subprocess.run([command, "render", "-", "-v", "2", "-o", picture, *options], input=text,
-                   text=True, check=True, cwd=SCENES)
 
 
 SOFT = '"soft_highlight" 1, "highlight_size" 0.12, '
@@ -113,12 +93,11 @@ WIDTHS = [Cell(f"width {w}", f'"width" {w}') for w in (2, 4, 8)] + [
 COLORS = [Cell(f"{name} {value}", f'"{name}" {value}, "color_noise_freq" {freq}', all=COLORFUL)
           for name, value, freq in (("hue_noise", 0.3, 12), ("sat_noise", 1, 12),
                                     ("value_noise", 1, 12), ("hue_noise", 0.3, 60))]
+FADE = '"width" 3, "fade_near" 5.5, "fade_far" 16, '
 COLORS[3].label = "hue_noise 0.3, color_noise_freq 60"
 COLORS += [Cell("fading off", '"width" 3', crowd=True),
-           Cell("fade_width 0.8", '"width" 3, "fade_near" 5, "fade_far" 14, "fade_width" 0.8',
-                crowd=True),
-           Cell("fade_color 1: creases only", '"width" 3, "fade_near" 5, "fade_far" 14, "fade_color" 1',
-                crowd=True)]
+           Cell("fade_width 0.8", FADE + '"fade_width" 0.8', crowd=True),
+           Cell("fade_color 1: creases only", FADE + '"fade_color" 1', crowd=True)]
 THRESHOLDS = [Cell(f"normal_threshold {t}", f'"normal_threshold" {t}') for t in (0.2, 0.9, 3)] + [
     Cell(f"color_threshold {t}", f'"color_threshold" {t}') for t in (0.05, 0.3, 0.5)] + [
     Cell(f"group_depth {t}", f'"group_depth" {t}') for t in (0, 0.15, 1)]
@@ -142,7 +121,7 @@ def lines(command, folder, result):
         pictures.append(labelled(picture, {"only": "lines_only, laid over paper",
                                            "noise": "width_noise and color jitter",
                                            "map": "weighted by a map"}.get(name, name)))
-    tile(pictures, 3, result)
+    tile(pictures, 3, result, 78)
 
 
 def resolution(command, folder, result):
@@ -176,9 +155,9 @@ def main():
             pictures = []
             for k, cell in enumerate(FIGURES[name]):
                 picture = os.path.join(folder, f"{k}.exr")
-                run(options.command, cell.text(), picture, "--resolution", "420", "350")
+                run(options.command, cell.text(), picture, "--resolution", "330", "275")
                 pictures.append(labelled(picture, cell.label))
-            tile(pictures, 4 if len(pictures) == 4 else 3, result)
+            tile(pictures, 4 if len(pictures) == 4 else 3, result, 78)
 
 
 if __name__ == "__main__":
