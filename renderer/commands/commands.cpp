@@ -94,6 +94,20 @@ void add_preset(CLI::App& app, PresetArguments& arguments, int& status) {
     check->callback([&arguments, &status] { status = check_preset(arguments); });
 }
 
+void add_shaders(CLI::App& app, ShadersArguments& arguments, int& status) {
+    CLI::App* shaders =
+        app.add_subcommand("shaders", "List the shaders, or tell the parameters of some");
+    shaders->add_option("names", arguments.names, "shaders to tell the parameters of")
+        ->type_name("NAME");
+    shaders->add_flag("--json", arguments.json, "for programs: everything, as JSON");
+    shaders
+        ->add_option("-d,--declarations", arguments.declarations,
+                     "file that declares the shaders (default: orvane.mi; soft.mi has the "
+                     "built-in ones)")
+        ->type_name("FILE.mi");
+    shaders->callback([&arguments, &status] { status = list_shaders(arguments); });
+}
+
 int tell(Level level, Exit status, const std::string& line, const std::string& details = {}) {
     message(level, line);
     if (!details.empty() && verbosity() >= static_cast<int>(level)) std::cerr << details << '\n';
@@ -111,6 +125,8 @@ int run(int argc, char** argv) {
     add_render(app, arguments, status);
     PresetArguments preset;
     add_preset(app, preset, status);
+    ShadersArguments shaders;
+    add_shaders(app, shaders, status);
     try {
         app.parse(argc, argv);
         return status;

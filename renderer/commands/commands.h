@@ -43,4 +43,15 @@ int pack_preset(const PresetArguments& arguments);
 int unpack_preset(const PresetArguments& arguments);  // to standard output
 int check_preset(const PresetArguments& arguments);
 
+struct ShadersArguments {
+    std::vector<std::string> names;  // empty = a line for each
+    std::string declarations = "orvane.mi";
+    bool json = false;
+};
+
+// Tells on standard output what shaders are declared in a file, which is also looked for in the
+// program's folder, and their parameters, all from the declarations and their comments. Returns 0.
+// Throws Error: Exit::Shader for a name that is not declared there.
+int list_shaders(const ShadersArguments& arguments);
+
 }  // namespace orvane::commands

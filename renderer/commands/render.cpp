@@ -10,6 +10,7 @@
 #include <string>
 
 #include "commands/commands.h"
+#include "commands/program_folder.h"
 #include "commands/progress.h"
 #include "film/film.h"
 #include "image/picture_file.h"
@@ -50,12 +51,6 @@ int processors() {
     cpu_set_t set;
     if (sched_getaffinity(0, sizeof set, &set) != 0) return 1;
     return std::clamp(CPU_COUNT(&set), 1, world::kMaxThreads);
-}
-
-// The folder of the program, where its shaders and their declarations stand beside it.
-fs::path program_folder() {
-    std::error_code fault;
-    return fs::read_symlink("/proc/self/exe", fault).parent_path();
 }
 
 // What one run of the command keeps from frame to frame.

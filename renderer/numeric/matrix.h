@@ -21,10 +21,19 @@ std::optional<Matrix> inverse(const Matrix& m);
 // takes x to y.
 Matrix rotation(float x, float y, float z);
 
-// Translation included; divided by the fourth coordinate when that is neither 0 nor 1.
-miVector transform_point(miVector p, const miMatrix m);
-
 // By the upper left 3x3.
-miVector transform_vector(miVector v, const miMatrix m);
+inline miVector transform_vector(miVector v, const miMatrix m) {
+    return {v.x * m[0] + v.y * m[4] + v.z * m[8], v.x * m[1] + v.y * m[5] + v.z * m[9],
+            v.x * m[2] + v.y * m[6] + v.z * m[10]};
+}
+
+// Translation included; divided by the fourth coordinate when that is neither 0 nor 1.
+inline miVector transform_point(miVector p, const miMatrix m) {
+    miVector moved = transform_vector(p, m);
+    moved = {moved.x + m[12], moved.y + m[13], moved.z + m[14]};
+    const float w = p.x * m[3] + p.y * m[7] + p.z * m[11] + m[15];
+    if (w == 0 || w == 1) return moved;
+    return {moved.x / w, moved.y / w, moved.z / w};
+}
 
 }  // namespace orvane::numeric

@@ -45,20 +45,7 @@ double scrambled(std::uint32_t digits, std::uint32_t seed) {
     return reverse_bits(flip_by_lower_bits(digits, seed)) * 0x1p-32;
 }
 
-// The finaliser of G. Steele's SplitMix64.
-std::uint64_t hash(std::uint64_t h) {
-    h = (h ^ (h >> 30)) * 0xbf58476d1ce4e5b9u;
-    h = (h ^ (h >> 27)) * 0x94d049bb133111ebu;
-    return h ^ (h >> 31);
-}
-
-constexpr std::uint64_t kGolden = 0x9e3779b97f4a7c15u;
-
 }  // namespace
-
-std::uint64_t mix(std::uint64_t key, std::uint64_t value) {
-    return hash(hash(key + kGolden) + value * kGolden);
-}
 
 std::array<double, 2> sample_2d(std::uint64_t key, std::uint32_t index) {
     const std::uint64_t order = hash(key + kGolden), scramble = hash(order + kGolden);

@@ -36,8 +36,11 @@ Input::Input(std::unique_ptr<Source> main, std::vector<fs::path> include_path)
 }
 
 Token Input::next() {
+    comments_.clear();
     while (true) {
         const Token token = open_.back().lexer.next();
+        const auto& found = open_.back().lexer.comments();
+        comments_.insert(comments_.end(), found.begin(), found.end());
         if (token.kind == Token::Kind::Directive) {
             obey(token);
         } else if (token.kind == Token::Kind::End) {

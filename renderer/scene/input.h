@@ -21,7 +21,7 @@ class Input {
     Token next();
 
     // The comments right before the last token.
-    const std::vector<Comment>& comments() const { return open_.back().lexer.comments(); }
+    const std::vector<Comment>& comments() const { return comments_; }
 
     // Frees the texts that are read to their end. Only the last token may still be in use.
     void release_finished() { finished_.clear(); }
@@ -57,6 +57,7 @@ class Input {
 
     std::vector<std::filesystem::path> include_path_;
     std::vector<OpenText> open_;  // the main text, then what is being included
+    std::vector<Comment> comments_;
     std::vector<std::unique_ptr<Source>> finished_;
 };
 

@@ -1,45 +1,171 @@
-// The built plug-in: what it exports and what it needs.
+// The built plug-in: what it exports, what it needs, and whether its declarations agree with it.
 
 #include <gmock/gmock.h>
 
 #include <array>
 #include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <map>
 #include <memory>
+#include <nlohmann/json.hpp>
+#include <regex>
 #include <sstream>
 #include <string>
 #include <vector>
 
+#include "command.h"
+
+namespace orvane {
 namespace {
 
 using testing::Contains;
 using testing::Each;
-using testing::IsSupersetOf;
 using testing::MatchesRegex;
+using testing::UnorderedElementsAreArray;
+using Json = nlohmann::json;
+
+struct ShaderFacts {
+    std::string name;
+    int version;
+    bool has_init, has_exit;
+    std::string kind;
+};
+const std::vector<ShaderFacts> kShaders = {
+    {"Orvane_Lens", 1, true, true, "lens"},
+    {"Orvane_Light", 2, true, true, "light"},
+    {"Orvane_Volume", 1, true, true, "volume"},
+    {"Cylindric", 1, false, false, "lens"},
+    {"Hot_Stuff", 2, false, false, "material"},
+    {"zel_bg_color", 2, false, false, "output"},
+    {"zel_bg_pic", 2, false, false, "output"},
+    {"cptn_nemo", 2, true, false, "material"},
+    {"zel_dense_vol", 1, true, false, "volume"},
+    {"dusty", 2, false, false, "material"},
+    {"zel_frosty", 2, true, false, "material"},
+    {"zel_peekaboo", 2, true, false, "material"},
+    {"zel_shadow_matte", 2, true, false, "material"},
+    {"zel_sprite", 3, true, true, "lens"},
+    {"static_cling", 2, false, false, "material"},
+    {"zel_strauss", 2, true, false, "material"},
+    {"zel_toon_lens", 4, true, true, "lens"},
+    {"zel_toon_mat", 4, true, false, "material"},
+    {"zel_toon_si_mat", 4, true, false, "material"},
+    {"zel_toon_wire_mat", 4, true, false, "material"},
+    {"zel_trispec", 2, true, false, "material"},
+    {"zel_velvet", 2, true, false, "material"},
+    {"zel_xmasball", 2, true, false, "material"},
+    {"translucent_material", 2, false, false, "material"},
+    {"cam_proj_tex", 2, true, true, "texture"},
+};
+
+// What shaders of other libraries may call, and the library's shaders call by these names.
+const std::vector<std::string> kFunctions = {"buildStarTables",
+                                             "drawCircle",
+                                             "drawGlows",
+                                             "drawNgon",
+                                             "drawPrimitives",
+                                             "drawRays",
+                                             "drawSectors",
+                                             "drawStar",
+                                             "dso_version_orvane",
+                                             "dumpParsedPrimitives",
+                                             "flareColor",
+                                             "initLensInstance",
+                                             "initRayTable",
+                                             "orv_hsv_to_rgb",
+                                             "orv_rgb_to_hsv",
+                                             "parsePrimitiveLine",
+                                             "parsePrimitivePic",
+                                             "placePrimitives",
+                                             "primitiveProfile",
+                                             "qv_Bias",
+                                             "qv_BuildDepthMap",
+                                             "qv_BuildPlanarIntenMap",
+                                             "qv_BuildSphericIntenMap",
+                                             "qv_ColorFade",
+                                             "qv_ConeIntersection",
+                                             "qv_ConvertFromSphericMapProj",
+                                             "qv_ConvertToPlanarMapProj",
+                                             "qv_ConvertToSphericMapProj",
+                                             "qv_DepthFade",
+                                             "qv_Factorial",
+                                             "qv_FractalNoise",
+                                             "qv_Gain",
+                                             "qv_InScatter",
+                                             "qv_Interpolate",
+                                             "qv_NoiseOctave2D",
+                                             "qv_NoiseOctave3D",
+                                             "qv_PerturbVector",
+                                             "qv_QuadraticRoots",
+                                             "qv_SetupLights",
+                                             "qv_SetupMapProj",
+                                             "qv_SetupPlanarDepthMap",
+                                             "qv_SlideConvertToMapProj",
+                                             "qv_SphereIntersection",
+                                             "qv_VerifyLight",
+                                             "releaseLensInstance",
+                                             "setupFlareLight",
+                                             "translucent_illumination",
+                                             "zel_ct_alloc",
+                                             "zel_ct_default_dir",
+                                             "zel_ct_exit",
+                                             "zel_ct_init",
+                                             "zel_ct_init_mask",
+                                             "zel_ct_raster_dir",
+                                             "zel_ct_ray",
+                                             "zel_ct_sample",
+                                             "zel_ct_set",
+                                             "zel_hsv_to_rgb",
+                                             "zel_peekaboo_illumination",
+                                             "zel_rgb_to_hsv",
+                                             "zel_toon_classify",
+                                             "zel_toon_color_contrast",
+                                             "zel_toon_depth_ramp",
+                                             "zel_toon_group_test",
+                                             "zel_toon_jitter_color",
+                                             "zel_toon_lens_contour",
+                                             "zel_toon_lens_dir",
+                                             "zel_toon_nearest",
+                                             "zel_toon_noise",
+                                             "zel_toon_normal_contrast",
+                                             "zel_toon_shade",
+                                             "zel_toon_soft_edge",
+                                             "zel_toon_tint_line",
+                                             "zel_toon_transp_contrast",
+                                             "zel_toon_zone_contrast"};
+
+std::string output_of(const std::string& command) {
+    const auto close = [](std::FILE* pipe) { pclose(pipe); };
+    const std::unique_ptr<std::FILE, decltype(close)> pipe(popen(command.c_str(), "r"), close);
+    std::string text;
+    std::array<char, 4096> piece;
+    while (const std::size_t n = std::fread(piece.data(), 1, piece.size(), pipe.get()))
+        text.append(piece.data(), n);
+    return text;
+}
 
 // The last words of the lines that a shell command prints.
 std::vector<std::string> last_words(const std::string& command) {
-    const auto close = [](std::FILE* pipe) { pclose(pipe); };
-    const std::unique_ptr<std::FILE, decltype(close)> pipe(popen(command.c_str(), "r"), close);
+    std::istringstream lines(output_of(command));
     std::vector<std::string> words;
-    std::array<char, 1024> line;
-    while (std::fgets(line.data(), line.size(), pipe.get())) {
-        std::istringstream in(line.data());
-        std::string word;
-        while (in >> word) {
-        }
-        words.push_back(word);
-    }
+    for (std::string line; std::getline(lines, line);)
+        words.push_back(line.substr(line.rfind(' ') + 1));
     return words;
 }
 
 const std::string kPlugin = ORVANE_BUILD_DIR "/orvane.so";
 
-TEST(Plugin, ExportsPlainNames) {
-    const auto names = last_words("nm -D --defined-only '" + kPlugin + "'");
-    EXPECT_THAT(names, IsSupersetOf({"dso_version_orvane", "Orvane_Light", "Orvane_Light_version",
-                                     "Orvane_Light_init", "Orvane_Light_exit", "Orvane_Lens",
-                                     "qv_SetupMapProj", "qv_VerifyLight", "parsePrimitivePic"}));
-    EXPECT_THAT(names, Each(MatchesRegex("[A-Za-z][A-Za-z0-9_]*")));
+TEST(Plugin, ExportsItsShadersAndFunctionsAndNothingElse) {
+    std::vector<std::string> wanted = kFunctions;
+    for (const ShaderFacts& shader : kShaders) {
+        wanted.push_back(shader.name);
+        wanted.push_back(shader.name + "_version");
+        if (shader.has_init) wanted.push_back(shader.name + "_init");
+        if (shader.has_exit) wanted.push_back(shader.name + "_exit");
+    }
+    EXPECT_THAT(last_words("nm -D --defined-only '" + kPlugin + "'"),
+                UnorderedElementsAreArray(wanted));
 }
 
 TEST(Plugin, NeedsTheStandardLibraryAndTheRenderer) {
@@ -51,4 +177,131 @@ TEST(Plugin, NeedsTheStandardLibraryAndTheRenderer) {
     EXPECT_THAT(asked, Contains("mi_trace_shadow"));
 }
 
+// ---- Declarations
+
+// One 32-bit word of a parameter block: the parameter's name and whether it is an integer, a float
+// or a tag.
+using Words = std::vector<std::string>;
+
+void add_words(Words& words, int count, const std::string& word) {
+    words.insert(words.end(), static_cast<std::size_t>(count), word);
+}
+
+// As declared, in the words of the struct: array x is i_x, n_x and one element.
+Words declared_words(const Json& parameters) {
+    const std::map<std::string, std::pair<int, char>> kTypes = {
+        {"boolean", {1, 'i'}}, {"integer", {1, 'i'}},      {"scalar", {1, 'f'}},
+        {"color", {4, 'f'}},   {"vector", {3, 'f'}},       {"transform", {16, 'f'}},
+        {"light", {1, 't'}},   {"color texture", {1, 't'}}};
+    Words words;
+    for (const Json& parameter : parameters) {
+        const std::string name = parameter["name"];
+        EXPECT_EQ(parameter["offset"], 4 * words.size()) << name;
+        std::string type = parameter["type"];
+        if (type.starts_with("array ")) {
+            type = type.substr(6);
+            words.insert(words.end(), {"i_" + name + " i", "n_" + name + " i"});
+        }
+        if (type == "struct") {
+            for (const std::string& word : declared_words(parameter["members"]))
+                words.push_back(word);
+            continue;
+        }
+        const auto [count, letter] = kTypes.at(type);
+        add_words(words, count, name + ' ' + letter);
+    }
+    return words;
+}
+
+// The plug-in's source text, without comments.
+std::string source_text() {
+    std::stringstream text;
+    for (const auto& entry :
+         std::filesystem::recursive_directory_iterator(ORVANE_SOURCE_DIR "/shaders"))
+        if (entry.is_regular_file()) text << std::ifstream(entry.path()).rdbuf();
+    return std::regex_replace(text.str(), std::regex("//[^\\n]*"), "");
+}
+
+// What stands between the braces of structs, by name.
+std::map<std::string, std::string> structs_in(const std::string& code) {
+    std::map<std::string, std::string> structs;
+    const std::regex kStruct(R"re(struct (\w+) \{([^}]*)\};)re");
+    for (std::sregex_iterator it(code.begin(), code.end(), kStruct), end; it != end; ++it)
+        structs[(*it)[1]] = (*it)[2];
+    return structs;
+}
+
+Words struct_words(const std::map<std::string, std::string>& structs, const std::string& name) {
+    const std::map<std::string, std::pair<int, char>> kTypes = {
+        {"miBoolean", {1, 'i'}}, {"miInteger", {1, 'i'}}, {"miUint", {1, 'i'}},
+        {"miScalar", {1, 'f'}},  {"miColor", {4, 'f'}},   {"miVector", {3, 'f'}},
+        {"miTag", {1, 't'}}};
+    const std::regex kField(R"re((\w+)\s+([^;]+);)re"), kName(R"re((\w+)(\[(\d+)\])?)re");
+    const std::string& code = structs.at(name);
+    Words words;
+    for (std::sregex_iterator field(code.begin(), code.end(), kField), end; field != end; ++field) {
+        const std::string type = (*field)[1], names = (*field)[2];
+        if (!kTypes.contains(type)) {
+            for (const std::string& word : struct_words(structs, type)) words.push_back(word);
+            continue;
+        }
+        const auto [count, letter] = kTypes.at(type);
+        for (std::sregex_iterator it(names.begin(), names.end(), kName); it != end; ++it)
+            add_words(words, (*it)[3].matched ? count * std::stoi((*it)[3]) : count,
+                      (*it)[1].str() + ' ' + letter);
+    }
+    return words;
+}
+
+// What is never read may have any name, and a type of the same size.
+void expect_same_words(const Words& declared, const Words& read, const std::string& shader) {
+    ASSERT_EQ(declared.size(), read.size()) << shader;
+    for (std::size_t i = 0; i < read.size(); ++i)
+        if (!declared[i].starts_with("unused") && !declared[i].starts_with("reserved")) {
+            EXPECT_EQ(declared[i], read[i]) << shader << ", word " << i;
+        }
+}
+
+TEST(Plugin, IsDeclaredAsItIs) {
+    const Json declared = Json::parse(output_of("'" ORVANE_BUILD_DIR "/orvane' shaders --json"));
+    EXPECT_EQ(declared.size(), kShaders.size());
+    const std::string code = source_text();
+    const auto structs = structs_in(code);
+    for (const ShaderFacts& shader : kShaders) {
+        const std::string version =
+            "int " + shader.name + "_version() { return " + std::to_string(shader.version) + "; }";
+        EXPECT_THAT(code, testing::HasSubstr(version));
+        const auto found = std::find_if(declared.begin(), declared.end(),
+                                        [&](const Json& d) { return d["name"] == shader.name; });
+        ASSERT_NE(found, declared.end()) << shader.name;
+        EXPECT_EQ((*found)["version"], shader.version) << shader.name;
+        EXPECT_EQ((*found)["kind"][0], shader.kind) << shader.name;
+        const Words read = struct_words(structs, shader.name + "_params");
+        expect_same_words(declared_words((*found)["parameters"]), read, shader.name);
+        EXPECT_EQ((*found)["block_size"], 4 * read.size()) << shader.name;
+        for (const Json& parameter : (*found)["parameters"]) {
+            EXPECT_NE(parameter["unit"], "") << shader.name << ' ' << parameter["name"];
+            EXPECT_NE(parameter["meaning"], "") << shader.name << ' ' << parameter["name"];
+        }
+    }
+}
+
+TEST(Shaders, AreListedAndExplained) {
+    const Folder folder("");
+    const std::string command = "'" ORVANE_BUILD_DIR "/orvane' shaders ";
+    const std::string list = output_of(command);
+    EXPECT_EQ(std::count(list.begin(), list.end(), '\n'), 25);
+    for (const ShaderFacts& shader : kShaders)
+        EXPECT_THAT(list,
+                    testing::ContainsRegex(shader.name + " +" + shader.kind + ".* [a-z]+.*\\."));
+    const std::string one = output_of(command + "zel_velvet cam_proj_tex");
+    EXPECT_THAT(one, testing::HasSubstr("scalar \"strength\" default 0.8  [factor, 0..1]"));
+    EXPECT_THAT(one, testing::HasSubstr("cam_proj_tex (texture, version 2)"));
+    EXPECT_THAT(output_of(command + "-d soft.mi"), testing::HasSubstr("soft_environment"));
+    const Outcome unknown = folder.run({"shaders", "zel_velvt"});
+    EXPECT_EQ(unknown.status, 4);
+    EXPECT_THAT(unknown.errors, testing::HasSubstr("did you mean \"zel_velvet\"?"));
+}
+
 }  // namespace
+}  // namespace orvane
