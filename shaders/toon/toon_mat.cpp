@@ -142,7 +142,8 @@ miColor outline_color(miColor line, const zel_toon_mat_params* params) {
 
 void record(miColor* result, miState* state, const zel_toon_mat_params* params, miColor line,
             const miColor& light_sum, miInteger zone, miScalar transparency) {
-    zel_toon_record lines = {};
+    zel_toon_record lines;
+    clear_record(&lines);
     if (params->light_tint != 0) zel_toon_tint_line(&line, &light_sum, params->light_tint);
     lines.width = params->line_width;
     lines.crease_on = lines.outline_on = 1;

@@ -2,6 +2,8 @@
 #pragma once
 
 #include <algorithm>
+#include <cstddef>
+#include <cstring>
 
 #include "frame/host.h"
 #include "frame/soft_material.h"
@@ -34,6 +36,13 @@ struct zel_toon_record {
     miScalar transparency;
 };
 static_assert(sizeof(zel_toon_record) == 896);
+
+// Begins a record: nothing on, no group. Nobody reads labels behind group_count, and clearing them
+// at every hit would show in the time of a frame.
+static inline void clear_record(zel_toon_record* record) {
+    std::memset(record, 0, offsetof(zel_toon_record, group_labels));
+    record->transparency = 0;
+}
 
 struct zel_toon_grouped {
     miInteger unused;  // declared, never read

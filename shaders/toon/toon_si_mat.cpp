@@ -68,7 +68,8 @@ void shade(miColor* result, miState* state, const soft_material_params& work,
 
 void record(miColor* result, miState* state, const zel_toon_si_mat_params* params,
             const miColor& light_sum, miScalar transparency) {
-    zel_toon_record lines = {};
+    zel_toon_record lines;
+    clear_record(&lines);
     lines.width = params->line_width;
     lines.crease_on = lines.outline_on = 1;
     lines.crease_color = params->line_color;
