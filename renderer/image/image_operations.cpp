@@ -5,8 +5,10 @@
 
 using orvane::image::Image;
 
+// Output shaders call these for every pixel of a frame: a negative place is a large one.
 static bool contains(const Image* image, int x, int y) {
-    return image && x >= 0 && y >= 0 && x < image->width() && y < image->height();
+    return image && static_cast<unsigned>(x) < static_cast<unsigned>(image->width()) &&
+           static_cast<unsigned>(y) < static_cast<unsigned>(image->height());
 }
 
 void mi_img_get_color(void* image, miColor* color, int x, int y) {
