@@ -54,6 +54,63 @@ class Figure:
             tile(pictures, self.columns, result)
 
 
+# A ball of glass before a pawn of lacquer.
+GLASS = (('$include "meshes/pawn.mi"', '$include "meshes/pawn.mi"\n$include "meshes/ball.mi"'),
+         ('instance "shown_inst" "pawn"', '''material "lacquer"
+    "soft_material" ( "diffuse" .75 .10 .06, "ambient" .10 .02 .01, "light" [ "key_inst", "rim_inst" ] )
+end material
+instance "pawn_inst" "pawn" transform 1 0 0 0  0 1 0 0  0 0 1 0  0 0 .75 1  material "lacquer" end instance
+instance "shown_inst" "ball" transform 1.6 0 0 0  0 1.6 0 0  0 0 1.6 0  0 -1.02 -.35 1'''),
+         ('"shown_inst" end instgroup', '"pawn_inst" "shown_inst" end instgroup'))
+
+# A wall before a pawn of gold, and a light that falls on it alone.
+WALL = (('object "floor"', '''color texture "bricks" "textures/bricks.png"
+color texture "rose" "slides/rose.png"
+light "peek"
+    "Orvane_Light" (
+        "falloff" 6
+    )
+    origin -.5 1.5 3.2  direction .22 -.30 -1  spread .978
+end light
+instance "peek_inst" "peek" end instance
+material "gold"
+    "soft_material" ( "diffuse" .60 .38 .10, "specular" 1 .8 .4, "reflectivity" .5, "tint_reflection" on,
+                      "light" [ "key_inst", "rim_inst" ] )
+end material
+instance "pawn_inst" "pawn" material "gold" end instance
+object "wall"
+    visible on
+    group
+        -1.15 0 .6   1.15 0 .6   1.15 1.5 .6   -1.15 1.5 .6   0 0 0   .55 0 0   .55 .6 0   0 .6 0
+        v 0 t 4   v 1 t 5   v 2 t 6   v 3 t 7
+        c 0 1 2 3
+    end group
+end object
+object "floor"'''),
+        ('"light" [ "key_inst", "rim_inst" ]\n    )\nend material\n\ncolor',
+         '"light" [ "key_inst", "peek_inst" ], "peek" [ "peek_inst" ]\n    )\nend material\n\ncolor'),
+        ('"shown_inst" "pawn"', '"shown_inst" "wall"'),
+        ('"shown_inst" end instgroup', '"pawn_inst" "peek_inst" "shown_inst" end instgroup'))
+
+# A paper lantern in the dusk, with a lamp in it.
+LANTERN = (("meshes/pawn.mi", "meshes/lantern.mi"),
+           ('"shown_inst" "pawn"', '"shown_inst" "lantern" transform 1.45 0 0 0  0 1.45 0 0  0 0 1.45 0  0 0 0 1'),
+           ('"color" .72 .85 1, "intensity" .5', '"color" 1 .78 .48, "intensity" .8, "falloff" .5'),
+           ("origin 3.6 2.8 -2.2", "origin 0 .7 0"), ("sphere 0.3 2 2", "sphere 0.06 2 2"),
+           ('"intensity" .9', '"intensity" .3'), ('"intensity" 1.1', '"intensity" .35'),
+           ('"ambience" .8 .8 .8', '"ambience" .2 .2 .25'))
+
+# The floor as a shadow matte, over a color instead of a photograph.
+MATTE = (('environment "soft_environment" ( "texture" "studio", "intensity" 1.1 )',
+          'output "zel_bg_color" ( "color" .93 .72 .36 1 )\n    output "rgb" "exr" "out/matte.exr"'),
+         ('output "rgb" "png" "out/docs/material.png"\n', ""),
+         ('"soft_material" (\n        "model" 0, "ambient" .30 .31 .33, "ambience" .8 .8 .8, "diffuse" .62 .61 .60,\n'
+          '        "diffuse_map" "squares", ', '"zel_shadow_matte" (\n        '))
+KEY, RIM = '"intensity" .9', '"intensity" .5'
+
+DIMMER = ('"intensity" .9 )', '"intensity" .7 )')
+NIGHT = (('"intensity" 1.1', '"intensity" .06'), ('"intensity" .9 )', '"intensity" .10 )'), ('"intensity" .5 )', '"intensity" .05 )'),
+         ('"ambient" .30 .31 .33', '"ambient" .05 .05 .05'))
 FIGURES = {
     "strauss": Figure("zel_strauss", '"color" .95 .50 .24 1', [
         ("smoothness 0.3", '"smoothness" 0.3'),
@@ -87,6 +144,77 @@ FIGURES = {
         ("0.9, edge_color 1 1 1", '"strength" 0.9, "edge_color" 1 1 1 1'),
         ("0.9, edge_color 4 2.6 1.2", '"strength" 0.9, "edge_color" 4 2.6 1.2 1'),
         ("0.9, face_color .05 .10 .40", '"strength" 0.9, "face_color" .05 .10 .40 1')]),
+    "frosty": Figure("zel_frosty", '"model" 2, "diffuse" .80 .95 .92 1, "specular" 1 1 1 1, "exponent" 60, '
+                     '"transparency" .9, "refract_samples" 6, "edge_opacity" 0, "specular_opacity" 0', [
+        ("refract_spread 0", '"refract_spread" 0, "refract_samples" 1'),
+        ("refract_spread 0.1", '"refract_spread" 0.1'),
+        ("refract_spread 0.4", '"refract_spread" 0.4'),
+        ("0.1, edge_opacity 1.5", '"refract_spread" 0.1, "edge_opacity" 1.5'),
+        ("0.1, specular_opacity 1", '"refract_spread" 0.1, "specular_opacity" 1'),
+        ("reflectivity 0.8, reflect_spread 0.25", '"transparency" 0, "reflectivity" .8, "reflect_spread" 0.25')],
+                     shadow="soft_material", more=GLASS),
+    "peekaboo": Figure("zel_peekaboo", '"model" 0, "ambient" .12 .12 .13 1, "diffuse" .8 .8 .8 1, "diffuse_map" "bricks"', [
+        ("peek_strength 0.4", '"peek_strength" 0.4'),
+        ("peek_strength 1", '"peek_strength" 1'),
+        ("peek_strength 4", '"peek_strength" 4'),
+        ("1, falloff 0.2 of the light", '"peek_strength" 1', [('"falloff" 6', '"falloff" 0.2')]),
+        ("1, a blue light", '"peek_strength" 1', [('"falloff" 6', '"falloff" 6, "color" 0 0 1 1')]),
+        ("1.5, a slide in the light", '"peek_strength" 1.5', [('"falloff" 6', '"falloff" 1, "slide" "rose"')])],
+                       more=WALL),
+    "translucent": Figure("translucent_material", '"model" 0, "diffuse" .92 .84 .70 1, "ambient" .02 .02 .03 1', [
+        ("translucency 0", '"translucency" 0'),
+        ("translucency 0.5", '"translucency" 0.5'),
+        ("translucency 1", '"translucency" 1'),
+        ("1, transparency 0.5", '"translucency" 1, "transparency" .5'),
+        ("the same, use_transparency", '"translucency" 1, "transparency" .5, "use_transparency" on'),
+        ("the same, opaque", '"translucency" 1, "transparency" .5, "use_transparency" on, "opaque" on')],
+                          shadow="translucent_material", more=LANTERN),
+    "shadow_matte": Figure("soft_material", '"diffuse" .70 .12 .08 1, "specular" .6 .6 .6 1, "exponent" 60', [
+        ("one light, intensity 1", "", [(KEY, '"intensity" 1'), (', "rim_inst" ]', " ]")]),
+        ("one light, intensity 0.5", "", [(KEY, RIM), (', "rim_inst" ]', " ]")]),
+        ("two lights of 0.5", "", [(KEY, RIM)]),
+        ("two lights of 1", "", [(KEY, '"intensity" 1'), (RIM, '"intensity" 1')]),
+        ("0.75 and 0.25", "", [(RIM, '"intensity" .25'), (KEY, '"intensity" .75')]),
+        ("the same, without areas", "", [(RIM, '"intensity" .25'), (KEY, '"intensity" .75'),
+                                         ("sphere 0.45 3 3", ""), ("sphere 0.3 2 2", "")])],
+                           more=MATTE),
+    "nemo": Figure("cptn_nemo", '"diffuse" .80 .42 .16 1, "ambient" .10 .05 .02 1, "specular" .5 .5 .5 1, "scaling" 3, '
+                   '"thickness" 2, "glow" 0, "complexity" 2', [
+        ("scaling 3, thickness 2, complexity 2", ""),
+        ("thickness 4", '"thickness" 4'),
+        ("complexity 3", '"complexity" 3, "thickness" 3'),
+        ("scaling 7", '"scaling" 7'),
+        ("glow 0.3", '"glow" .3, "thickness" 1'),
+        ("glow 0.3, sharpness 0.6", '"glow" .3, "thickness" 1, "sharpness" .6')],
+                   shadow="cptn_nemo"),
+    "static_cling": Figure("static_cling", '"diffuse" .10 .45 1 1, "specular" .9 1 1 1, "diffuse_map" "dark", "scaling" 3, '
+                           '"thickness" .4, "glow" .2, "complexity" 2', [
+        ("scaling 3, glow 0.2, complexity 2", ""),
+        ("glow 0", '"glow" 0'),
+        ("glow 0.6", '"glow" .6'),
+        ("sharpness 0.7", '"sharpness" .7'),
+        ("complexity 4", '"complexity" 4'),
+        ("without the map", "", [('"diffuse_map" "dark"', '"diffuse_map" null')])],
+                           more=(('color texture "studio"', 'color texture "dark" "soft_constant" ( "color" .7 .12 .05 )\n'
+                                                            'color texture "studio"'), DIMMER)),
+    "dusty": Figure("dusty", '"diffuse" .10 .20 .14 1, "specular" .8 .8 .8 1, "exponent" 50, "reflectivity" .1, "fresnel" .4, '
+                    '"noise_scale" 4', [
+        ("amount 0", '"amount" 0'),
+        ("amount 0.5", '"amount" .5'),
+        ("amount 1", '"amount" 1'),
+        ("falloff 0.15", '"falloff" .15'),
+        ("falloff 0.8", '"falloff" .8'),
+        ("use_noise on", '"use_noise" on')]),
+    "hot_stuff": Figure("Hot_Stuff", '"scale" 3.6, "stretch" .6, "height" 4.6, "intensity" .36, "color1" .03 .002 0 1, '
+                        '"color2" .5 .11 .01 1, "color3" 1 .44 .06 1, "color4" 1 .64 .18 1', [
+        ("height 4.6, stretch 0.6, scale 3.6", ""),
+        ("height 2.3", '"height" 2.3'),
+        ("stretch 0", '"stretch" 0'),
+        ("scale 10", '"scale" 10'),
+        ("intensity 0.15", '"intensity" .15'),
+        ("colors of gas", '"color1" .002 .004 .04 1, "color2" .02 .08 .6 1, "color3" .10 .35 1 1, "color4" .35 .65 1 1')],
+                        shadow="Hot_Stuff", more=(("meshes/pawn.mi", "meshes/camp_fire.mi"), ('"shown_inst" "pawn"',
+                        '"shown_inst" "camp_fire"'), ("trace depth 3 6 8", "trace depth 3 40 40"), *NIGHT)),
 }
 
 
