@@ -109,8 +109,14 @@ MATTE = (('environment "soft_environment" ( "texture" "studio", "intensity" 1.1 
 KEY, RIM = '"intensity" .9', '"intensity" .5'
 
 DIMMER = ('"intensity" .9 )', '"intensity" .7 )')
-NIGHT = (('"intensity" 1.1', '"intensity" .06'), ('"intensity" .9 )', '"intensity" .10 )'), ('"intensity" .5 )', '"intensity" .05 )'),
-         ('"ambient" .30 .31 .33', '"ambient" .05 .05 .05'))
+NIGHT = (('"intensity" 1.1', '"intensity" .06'), ('1 .96 .90, "intensity" .9 )', '1 .60 .30, "intensity" .35 )'),
+         ('"intensity" .5 )', '"intensity" .10 )'), ('"ambient" .30 .31 .33', '"ambient" .05 .05 .05'))
+HEARTH = (('$include "meshes/camp_fire.mi"', '$include "meshes/camp_fire.mi"\n$include "meshes/camp_ring.mi"\n'
+                                             '$include "meshes/camp_wood.mi"'),
+          ('"shown_inst" "pawn"', '"ring" "camp_ring" material "board" end instance\n'
+           'instance "wood" "camp_wood" material "board" end instance\n'
+           'instance "shown_inst" "camp_fire" transform .72 0 0 0  0 .8 0 0  0 0 .72 0  0 0 0 1'),
+          ('"floor_inst" "shown_inst"', '"floor_inst" "ring" "wood" "shown_inst"'))
 FIGURES = {
     "strauss": Figure("zel_strauss", '"color" .95 .50 .24 1', [
         ("smoothness 0.3", '"smoothness" 0.3'),
@@ -213,8 +219,8 @@ FIGURES = {
         ("scale 10", '"scale" 10'),
         ("intensity 0.15", '"intensity" .15'),
         ("colors of gas", '"color1" .002 .004 .04 1, "color2" .02 .08 .6 1, "color3" .10 .35 1 1, "color4" .35 .65 1 1')],
-                        shadow="Hot_Stuff", more=(("meshes/pawn.mi", "meshes/camp_fire.mi"), ('"shown_inst" "pawn"',
-                        '"shown_inst" "camp_fire"'), ("trace depth 3 6 8", "trace depth 3 40 40"), *NIGHT)),
+                        shadow="Hot_Stuff", more=(("meshes/pawn.mi", "meshes/camp_fire.mi"), *HEARTH, ("trace depth 3 6 8", "trace depth 3 40 40"), *NIGHT,
+                                                  ('\n        "light" [ "key_inst", "rim_inst" ]', ""))),
 }
 
 

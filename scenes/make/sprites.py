@@ -10,7 +10,7 @@ import os
 import re
 import tempfile
 
-from robot import aim, tube, turned_part
+from robot import tube
 from shapes import Mesh, arc, curve, normalised
 
 SCENES = os.path.join(os.path.dirname(os.path.abspath(__file__)), "..")

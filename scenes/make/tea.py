@@ -8,7 +8,6 @@ a profile meet, normals are split, and that is where creases are drawn.
 import math
 import os
 
-from harbour import put
 from picture import BLACK, mix, paint, smooth, write_png
 from robot import aim, tube, turned_part
 from shapes import Mesh, arc, curve

@@ -121,7 +121,7 @@ def lines(command, folder, result):
         pictures.append(labelled(picture, {"only": "lines_only, laid over paper",
                                            "noise": "width_noise and color jitter",
                                            "map": "weighted by a map"}.get(name, name)))
-    tile(pictures, 3, result, 78)
+    tile(pictures, 3, result, 74)
 
 
 def resolution(command, folder, result):
