@@ -21,14 +21,17 @@ def man(*runs):
 
 
 def waist(high, thin):
-    return curve([(0.40, 0.28), (0.355, 0.36), (thin + 0.07, 0.58), (thin, 0.95), (thin - 0.005, high - 0.1), (thin + 0.02, high)], 4)
+    return curve([(0.40, 0.28), (0.355, 0.36), (thin + 0.07, 0.58), (thin, 0.95),
+                  (thin - 0.005, high - 0.1), (thin + 0.02, high)], 4)
 
 
 def king():
     mesh = man(waist(1.5, 0.19), *collar(0.34, 1.5), *collar(0.27, 1.6),
                [(0.17, 1.68), (0.21, 1.78), (0.31, 2.12)], [(0.31, 2.12), (0.33, 2.15), (0.31, 2.19)],
-               curve([(0.31, 2.19), (0.24, 2.27), (0.08, 2.32), (0.055, 2.36)], 4), [(0.055, 2.36), (0, 2.36)])
-    for low, high in (((-0.045, 2.34, -0.04), (0.045, 2.66, 0.04)), ((-0.13, 2.45, -0.04), (0.13, 2.54, 0.04))):
+               curve([(0.31, 2.19), (0.24, 2.27), (0.08, 2.32), (0.055, 2.36)], 4),
+               [(0.055, 2.36), (0, 2.36)])
+    for low, high in (((-0.045, 2.34, -0.04), (0.045, 2.66, 0.04)),
+                      ((-0.13, 2.45, -0.04), (0.13, 2.54, 0.04))):
         mesh.box(low, high)
     return mesh
 
@@ -45,17 +48,20 @@ def queen():
 
 def bishop():
     return man(waist(1.25, 0.17), *collar(0.31, 1.25), *collar(0.23, 1.34),
-               curve([(0.13, 1.42), (0.23, 1.54), (0.245, 1.66), (0.16, 1.86), (0.05, 1.97)], 6), arc(0, 2.02, 0.07, -50, 90, 8))
+               curve([(0.13, 1.42), (0.23, 1.54), (0.245, 1.66), (0.16, 1.86), (0.05, 1.97)], 6),
+               arc(0, 2.02, 0.07, -50, 90, 8))
 
 
 def rook():
-    mesh = man(waist(1.05, 0.25), *collar(0.36, 1.05), [(0.27, 1.13), (0.26, 1.2), (0.36, 1.32)], [(0.36, 1.32), (0.37, 1.46)],
+    mesh = man(waist(1.05, 0.25), *collar(0.36, 1.05), [(0.27, 1.13), (0.26, 1.2), (0.36, 1.32)],
+               [(0.36, 1.32), (0.37, 1.46)],
                [(0.37, 1.46), (0.25, 1.46)], [(0.25, 1.46), (0.24, 1.38)], [(0.24, 1.38), (0, 1.38)])
     for k in range(6):
         start, points = 2 * math.pi * k / 6, []
         steps = [start + 0.68 * j / 4 for j in range(5)]
         for a, b in zip(steps, steps[1:]):
-            ring = [(r * math.sin(t), r * math.cos(t)) for r, t in ((0.25, a), (0.37, a), (0.37, b), (0.25, b))]
+            ring = [(r * math.sin(t), r * math.cos(t)) for r,
+                    t in ((0.25, a), (0.37, a), (0.37, b), (0.25, b))]
             low, high = [[(x, y, z) for x, z in ring] for y in (1.45, 1.62)]
             mesh.flat(high)
             for n in (1, 3):
@@ -68,7 +74,8 @@ def rook():
 
 
 # Books: middle of the spine (x, y, z), turn, width of the spine, thickness, depth. Spines face +z.
-BOOKS = ((-6.7, 0.0, -2.1, 6, 8.6, 1.5, 6.2), (-6.5, 1.5, -2.35, -3, 8.0, 1.15, 5.8), (-6.9, 2.65, -2.6, 10, 6.8, 1.75, 5.0),
+BOOKS = ((-6.7, 0.0, -2.1, 6, 8.6, 1.5, 6.2), (-6.5, 1.5, -2.35, -3, 8.0, 1.15, 5.8),
+         (-6.9, 2.65, -2.6, 10, 6.8, 1.75, 5.0),
          (-6.6, 4.40, -2.9, -8, 5.6, 0.9, 4.2))
 BOARD = 0.10  # thickness of the covers
 
@@ -120,7 +127,8 @@ def board():
     mesh = Mesh()
     for turn in (0, 90, 180, 270):
         side = Mesh()
-        side.extrude([(5.0, 0.0), (5.06, 0.10), (5.0, 0.16), (5.0, 0.40), (4.95, 0.45), (4.08, 0.45), (4.05, 0.42), (4.0, 0.42)], 10)
+        side.extrude([(5.0, 0.0), (5.06, 0.10), (5.0, 0.16), (5.0, 0.40), (4.95, 0.45), (4.08, 0.45),
+                      (4.05, 0.42), (4.0, 0.42)], 10)
         for face in side.faces:
             moved = []
             for p, n, t in face:
@@ -133,9 +141,12 @@ def board():
 
 def candlestick():
     """A brass candlestick, 3.4 high."""
-    return turned_part([[(0, 0), (1.15, 0)], arc(1.15, 0.07, 0.07, -90, 90, 6), curve([(1.15, 0.14), (0.75, 0.22), (0.35, 0.42), (0.22, 0.75)], 5),
-                        arc(0.2, 0.86, 0.16, -60, 60, 8), curve([(0.2, 1.0), (0.15, 1.5), (0.17, 2.2)], 5), arc(0.17, 2.34, 0.14, -60, 60, 8),
-                        curve([(0.2, 2.46), (0.24, 2.7), (0.85, 2.95)], 5), arc(0.85, 3.0, 0.05, -90, 90, 6), [(0.85, 3.05), (0.42, 2.98)],
+    return turned_part([[(0, 0), (1.15, 0)], arc(1.15, 0.07, 0.07, -90, 90, 6),
+                        curve([(1.15, 0.14), (0.75, 0.22), (0.35, 0.42), (0.22, 0.75)], 5),
+                        arc(0.2, 0.86, 0.16, -60, 60, 8), curve([(0.2, 1.0), (0.15, 1.5), (0.17, 2.2)], 5),
+                        arc(0.17, 2.34, 0.14, -60, 60, 8),
+                        curve([(0.2, 2.46), (0.24, 2.7), (0.85, 2.95)], 5),
+                        arc(0.85, 3.0, 0.05, -90, 90, 6), [(0.85, 3.05), (0.42, 2.98)],
                         [(0.36, 2.98), (0.38, 3.4)], [(0.38, 3.4), (0.28, 3.4)]], 56)
 
 
@@ -144,7 +155,8 @@ def candle():
     def melted(angle, radius, y):
         return radius * (1 + (0.10 * math.sin(3 * angle) + 0.08 * math.sin(5 * angle + 1) if y < 4.4 else 0))
     mesh = Mesh()
-    mesh.lathe([curve([(0.42, 3.35), (0.33, 3.6), (0.30, 4.1), (0.30, 4.6)], 5), arc(0.25, 4.6, 0.05, 0, 90, 5), [(0.25, 4.65), (0.0, 4.55)]],
+    mesh.lathe([curve([(0.42, 3.35), (0.33, 3.6), (0.30, 4.1), (0.30, 4.6)], 5),
+                arc(0.25, 4.6, 0.05, 0, 90, 5), [(0.25, 4.65), (0.0, 4.55)]],
                48, radius_at=melted)
     mesh.faces += tube([(0, 4.5, 0), (0.01, 4.75, 0), (0.05, 4.9, 0.02)], 0.03, 8).faces
     return mesh
@@ -154,9 +166,11 @@ def spectacles():
     """Reading glasses: rims and sides of wire, folded open."""
     mesh = Mesh()
     for side in (-1, 1):
-        mesh.faces += tube([(side * 0.8 + 0.62 * math.cos(a), 0.62 + 0.60 * math.sin(a), 0) for a in (2 * math.pi * k / 32 for k in range(33))],
+        mesh.faces += tube([(side * 0.8 + 0.62 * math.cos(a), 0.62 + 0.60 * math.sin(a),
+                             0) for a in (2 * math.pi * k / 32 for k in range(33))],
                            0.045, 8).faces
-        mesh.faces += tube(curve([(side * 1.42, 0.75, 0), (side * 1.45, 0.72, -0.6), (side * 1.40, 0.55, -2.2), (side * 1.35, 0.05, -3.0)], 6),
+        mesh.faces += tube(curve([(side * 1.42, 0.75, 0), (side * 1.45, 0.72, -0.6),
+                                  (side * 1.40, 0.55, -2.2), (side * 1.35, 0.05, -3.0)], 6),
                            0.035, 8).faces
     mesh.faces += tube(curve([(-0.24, 0.78, 0), (0, 0.9, 0.05), (0.24, 0.78, 0)], 6), 0.04, 8).faces
     return mesh
@@ -178,9 +192,11 @@ OBJECTS = [("king", king, "A chess king, 2.7 high."), ("queen", queen, "A chess 
            ("attic_board", board, "The frame of a chess board."),
            ("attic_pages", lambda: together(laid(1)), "The pages of the books on the desk."),
            ("attic_gold", lambda: together(laid(2)), "The gilding of the books on the desk."),
-           ("attic_candlestick", candlestick, "A candlestick."), ("attic_candle", candle, "The candle in it."),
+           ("attic_candlestick", candlestick, "A candlestick."),
+           ("attic_candle", candle, "The candle in it."),
            ("attic_spectacles", spectacles, "Reading glasses.")]
-OBJECTS += [(f"attic_book{k}", lambda k=k: laid(0)[k], "The cover of a book on the desk.") for k in range(len(BOOKS))]
+OBJECTS += [(f"attic_book{k}", lambda k=k: laid(0)[k],
+             "The cover of a book on the desk.") for k in range(len(BOOKS))]
 
 if __name__ == "__main__":
     for name, build, remark in OBJECTS:

@@ -10,6 +10,7 @@ import os
 
 from harbour import put, rock
 from picture import fractal, noise
+from place import axes_of, transform
 from robot import aim, tube, turned_part
 from shapes import Mesh
 
@@ -27,7 +28,8 @@ def tongue(x, z, radius, tall, seed, lean=0.0):
         row = []
         for k in range(29):
             a = 2 * math.pi * (k % 28) / 28
-            fold = 1 + (0.12 + 0.16 * h) * math.sin(3 * a + 1.7 * seed + 5 * h) + 0.06 * math.sin(5 * a - 3 * h + seed)
+            fold = (1 + (0.12 + 0.16 * h) * math.sin(3 * a + 1.7 * seed + 5 * h) +
+                    0.06 * math.sin(5 * a - 3 * h + seed))
             row.append((cx + wide * fold * math.sin(a), tall * h, cz + wide * fold * math.cos(a)))
         rows.append(row)
         texture.append([(k / 28, h, 0) for k in range(29)])
@@ -38,16 +40,19 @@ def tongue(x, z, radius, tall, seed, lean=0.0):
 def fire():
     """Tongues within each other; each stands for itself, so that they overlap."""
     mesh = Mesh()
-    for x, z, radius, tall, lean in ((0, 0, 0.25, 1.50, 0.05), (-0.13, 0.10, 0.16, 1.20, -0.14), (0.15, 0.04, 0.15, 1.30, 0.14),
-                                     (0.05, -0.16, 0.15, 1.05, -0.05), (-0.24, -0.06, 0.10, 0.82, -0.18), (0.20, 0.17, 0.10, 0.88, 0.16)):
-        mesh.faces += tongue(x, z, radius, tall, 1.9 * len(mesh.faces) / 672, lean).faces
+    for k, (x, z, radius, tall, lean) in enumerate(((0, 0, 0.25, 1.50, 0.05), (-0.13, 0.10, 0.16, 1.20, -0.14),
+                                     (0.15, 0.04, 0.15, 1.30, 0.14),
+                                     (0.05, -0.16, 0.15, 1.05, -0.05), (-0.24, -0.06, 0.10, 0.82, -0.18),
+                                     (0.20, 0.17, 0.10, 0.88, 0.16))):
+        mesh.faces += tongue(x, z, radius, tall, 1.9 * k, lean).faces
     return mesh
 
 
 def torch_fire():
     mesh = Mesh()
-    for x, z, radius, tall, lean in ((0, 0, 0.10, 0.55, 0.05), (-0.03, 0.03, 0.07, 0.40, -0.05), (0.05, -0.02, 0.06, 0.42, 0.06)):
-        mesh.faces += tongue(x, z, radius, tall, 2.3 * len(mesh.faces) / 672 + 1, lean).faces
+    for k, (x, z, radius, tall, lean) in enumerate(((0, 0, 0.10, 0.55, 0.05), (-0.03, 0.03, 0.07, 0.40, -0.05),
+                                     (0.05, -0.02, 0.06, 0.42, 0.06))):
+        mesh.faces += tongue(x, z, radius, tall, 2.3 * k + 1, lean).faces
     return mesh
 
 
@@ -59,7 +64,9 @@ def log(length, radius, seed):
         row = []
         for k in range(19):
             a = 2 * math.pi * (k % 18) / 18
-            r = radius * (0.86 + 0.28 * fractal(2.2 * math.cos(a) + 9 * seed + 5, 2.2 * math.sin(a) + 0.9 * y / radius * 0.3 + 5, 3, seed=seed))
+            r = radius * (0.86 + 0.28 * fractal(2.2 * math.cos(a) + 9 * seed + 5,
+                                                2.2 * math.sin(a) + 0.9 * y / radius * 0.3 + 5, 3,
+                                                seed=seed))
             row.append((r * math.sin(a), y, r * math.cos(a)))
         rows.append(row)
     mesh.grid(rows, [[(k / 18, i / 10, 0) for k in range(19)] for i in range(11)], closed=True)
@@ -76,7 +83,8 @@ def wood():
     for k in range(7):
         a = 2 * math.pi * k / 7 + 0.4 * noise(k, 3, seed=2)
         foot = (0.50 * math.sin(a), 0.02, 0.50 * math.cos(a))
-        aim(mesh, log(0.78 + 0.12 * noise(k, 1), 0.075, k + 1), (-0.75 * math.sin(a + 0.2), 0.52, -0.75 * math.cos(a + 0.2)), foot)
+        aim(mesh, log(0.78 + 0.12 * noise(k, 1), 0.075, k + 1),
+            (-0.75 * math.sin(a + 0.2), 0.52, -0.75 * math.cos(a + 0.2)), foot)
     return mesh
 
 
@@ -86,7 +94,8 @@ def coals():
     for k in range(36):
         a, r = 2.4 * k, 0.36 * math.sqrt(k / 36)
         size = 0.045 + 0.035 * noise(k, 4, seed=8)
-        put(mesh, rock(k + 5, size, 0.8 * size, size), r * math.sin(a), 0.02 + 0.05 * (1 - r / 0.36), r * math.cos(a), 50 * k)
+        put(mesh, rock(k + 5, size, 0.8 * size, size), r * math.sin(a), 0.02 + 0.05 * (1 - r / 0.36),
+            r * math.cos(a), 50 * k)
     return mesh
 
 
@@ -96,7 +105,8 @@ def ring():
     for k in range(15):
         a = 2 * math.pi * k / 15
         size = 0.13 + 0.05 * noise(k, 2, seed=5)
-        put(mesh, rock(k + 2, size, 0.85 * size, 0.9 * size), 0.72 * math.sin(a), 0.04, 0.72 * math.cos(a), 73 * k)
+        put(mesh, rock(k + 2, size, 0.85 * size, 0.9 * size), 0.72 * math.sin(a), 0.04, 0.72 * math.cos(a),
+            73 * k)
     return mesh
 
 
@@ -105,7 +115,8 @@ def seats():
     mesh = Mesh()
     aim(mesh, log(1.9, 0.20, 21), (0.85, 0, -0.52), (-2.35, 0.17, 0.55))
     aim(mesh, log(1.7, 0.19, 25), (0.62, 0, 0.80), (1.35, 0.16, -1.0))
-    for k, (x, y) in enumerate(((0, 0), (0.2, 0), (0.4, 0), (0.6, 0), (0.1, 0.17), (0.3, 0.17), (0.5, 0.17), (0.2, 0.34), (0.4, 0.34))):
+    for k, (x, y) in enumerate(((0, 0), (0.2, 0), (0.4, 0), (0.6, 0), (0.1, 0.17), (0.3, 0.17), (0.5, 0.17),
+                                (0.2, 0.34), (0.4, 0.34))):
         aim(mesh, log(0.8, 0.095, 30 + k), (0.25, 0, -1), (2.35 + x, 0.09 + y, 1.0 - 0.03 * k))
     return mesh
 
@@ -113,6 +124,7 @@ def seats():
 def tent():
     """A ridge tent that is open towards +z: its cloth sags and has a flap folded back on each side."""
     mesh = Mesh()
+
     def side(way):
         rows = []
         for i in range(15):
@@ -124,6 +136,7 @@ def tent():
                 row.append((way * (1.28 * (1 - h) - 0.5 * sag), top * h - 0.35 * sag * h, 1.3 - 2.6 * d))
             rows.append(row if way > 0 else row[::-1])
         return rows
+
     for way in (1, -1):
         rows = side(way)
         mesh.grid(rows, [[(k / 14, i / 14, 0) for k in range(15)] for i in range(15)])
@@ -135,7 +148,8 @@ def tent():
             for k in range(7):
                 d = k / 6
                 open_ = edge - (0.42 + 0.25 * (1 - h)) * d * (1 - h) ** 0.5
-                row.append((way * max(0.0, open_), 1.73 * h, 1.3 + 0.10 * math.sin(5 * d + 2 * h) * (1 - h) + 0.02))
+                row.append((way * max(0.0, open_), 1.73 * h,
+                            1.3 + 0.10 * math.sin(5 * d + 2 * h) * (1 - h) + 0.02))
             flap.append(row if way < 0 else row[::-1])
         mesh.grid(flap, [[(k / 6, i / 12, 0) for k in range(7)] for i in range(13)])
     mesh.flat([(-1.25, 0, -1.28), (0, 1.72, -1.28), (1.25, 0, -1.28)])
@@ -160,10 +174,12 @@ def ground():
     """The clearing: trodden near the fire, rising to the forest's edge."""
     n = 60
     places = [24 * math.copysign(abs(t) ** 2, t) for t in (2 * k / n - 1 for k in range(n + 1))]
+
     def height(x, z):
         r = math.hypot(x, z)
         return (0.10 * (fractal(0.9 * x + 40, 0.9 * z + 40, 3, seed=6) - 0.5) * min(1.0, r / 1.2) +
-                0.9 * (fractal(0.16 * x + 9, 0.16 * z + 9, 3, seed=3) - 0.35) * min(1.0, max(0.0, (r - 3) / 6)))
+                0.9 * (fractal(0.16 * x + 9, 0.16 * z + 9, 3, seed=3) - 0.35) * min(1.0,
+                                                                                    max(0.0, (r - 3) / 6)))
     rows = [[(x, height(x, -z), -z) for x in places] for z in places]
     mesh = Mesh()
     mesh.grid(rows, [[(p[0], p[2], 0) for p in row] for row in rows])
@@ -190,13 +206,14 @@ PARTS = (
     ("fire", fire, "The sheets of a camp fire; it burns up from y = 0."),
     ("torch_fire", torch_fire, "The sheets of a torch's fire."),
     ("wood", wood, "The wood in the fire."), ("coals", coals, "The embers of the fire."),
-    ("ring", ring, "The stones around the fire."), ("seats", seats, "Trunks to sit on, and a stack of wood."),
+    ("ring", ring, "The stones around the fire."), ("seats", seats,
+                                                    "Trunks to sit on, and a stack of wood."),
     ("tent", tent, "A tent, open towards +z."), ("torch", torch, "A torch; its fire stands at 1.62."),
     ("ground", ground, "A clearing, 48 wide."), ("grass", grass, "Tufts of grass around the clearing."),
 )
 
-FRAMES = '''# A second of the camp fire: scenes/hot_stuff.mi from nearer, in 24 frames. Hot_Stuff moves with the frame
-# time, which is the second number of the camera's frame.
+FRAMES = '''# A second of the camp fire: scenes/hot_stuff.mi from nearer, in 24 frames. Hot_Stuff moves with
+# the frame time, which is the second number of the camera's frame.
 #
 #     orvane render scenes/hot_stuff_frames.mi
 #
@@ -215,24 +232,28 @@ end instance
 '''
 
 
+FRAME = '''
+incremental camera "cam" output "rgb" "png" "out/hot_stuff_{0:04}.png"  frame {0} {1:.4f} end camera
+incremental light "fire"
+    "Orvane_Light" ( "color" 1 .58 .24, "intensity" {2:.3f}, "shadow" on, "attenuation" on, "atten_end" 12 )
+end light
+render "root" "cam_inst" "opt"
+'''
+
+
 def frames():
     """The text of the animation: a render for every frame, the fire's light flickering."""
-    from place import axes_of, transform
-    place = transform((-0.5, 1.1, 5.6), axes_of((-0.5, 1.1, 5.6), (0, 0.75, 0), (0, 1, 0)), 1)
-    rows = ["        " + "  ".join(f"{v + 0.0:.6g}" if abs(v) > 5e-7 else "0" for v in row) for row in place]
-    text = [FRAMES.replace("@PLACE@", "\n".join(rows))]
-    for k in range(24):
-        flicker = 1 + 0.10 * math.sin(1.9 * k) + 0.07 * math.sin(4.3 * k + 1)
-        text.append(f'incremental camera "cam" output "rgb" "png" "out/hot_stuff_{k + 1:04}.png"  frame {k + 1} {k / 24:.4f} end camera\n'
-                    f'incremental light "fire" "Orvane_Light" ( = ) end light\n'.replace("( = )", LIGHT.format(2.2 * flicker)) +
-                    'render "root" "cam_inst" "opt"\n')
-    return "\n".join(text)
+    eye, target = (-0.5, 1.1, 5.6), (0, 0.75, 0)
+    place = transform(eye, axes_of(eye, target, (0, 1, 0)), 1)
+    rows = ["        " + "  ".join(f"{v:.6g}" if abs(v) > 5e-7 else "0" for v in row) for row in place]
+    flicker = [1 + 0.10 * math.sin(1.9 * k) + 0.07 * math.sin(4.3 * k + 1) for k in range(24)]
+    return FRAMES.replace("@PLACE@", "\n".join(rows)) + "".join(
+        FRAME.format(k + 1, k / 24, 2.2 * f) for k, f in enumerate(flicker))
 
-
-LIGHT = '( "color" 1 .58 .24, "intensity" {:.3f}, "shadow" on, "attenuation" on, "atten_end" 12 )'
 
 if __name__ == "__main__":
     for name, build, remark in PARTS:
-        build().write(os.path.join(SCENES, "meshes", f"camp_{name}.mi"), f"camp_{name}", remark, "campfire.py")
+        build().write(os.path.join(SCENES, "meshes", f"camp_{name}.mi"), f"camp_{name}", remark,
+                      "campfire.py")
     with open(os.path.join(SCENES, "hot_stuff_frames.mi"), "w", encoding="ascii") as file:
         file.write(frames())

@@ -34,7 +34,8 @@ def block(place, seed, steps=(7, 7, 5)):
                     far = sum(abs(c) ** 9 for c in q) ** (1 / 9)
                     q = [c / far for c in q]
                     p = place(*q)
-                    dent = 0.16 * (fractal(1.9 * p[0] + 3.1 * p[2] + 11 * seed, 1.9 * p[1] + 0.9 * p[2] + 7, 4, seed=3) - 0.62)
+                    dent = 0.16 * (fractal(1.9 * p[0] + 3.1 * p[2] + 11 * seed, 1.9 * p[1] + 0.9 * p[2] + 7,
+                                           4, seed=3) - 0.62)
                     middle = place(0, 0, 0)
                     away = [c - m for c, m in zip(p, middle)]
                     size = math.hypot(*away) or 1
@@ -93,8 +94,10 @@ def sheet(z, bulge):
 def rubble():
     """Boulders to both sides, and stones that have fallen from the gate."""
     mesh = Mesh()
-    for k, (x, z, size) in enumerate(((-3.6, -0.3, 1.15), (3.9, -0.4, 1.35), (-4.9, 1.2, 0.8), (5.2, 1.4, 0.6), (-3.1, 1.5, 0.35),
-                                      (2.9, 1.35, 0.42), (-6.6, -1.5, 2.0), (6.9, -1.9, 2.2), (-2.5, 2.5, 0.2), (2.4, 2.9, 0.16),
+    for k, (x, z, size) in enumerate(((-3.6, -0.3, 1.15), (3.9, -0.4, 1.35), (-4.9, 1.2, 0.8),
+                                      (5.2, 1.4, 0.6), (-3.1, 1.5, 0.35),
+                                      (2.9, 1.35, 0.42), (-6.6, -1.5, 2.0), (6.9, -1.9, 2.2),
+                                      (-2.5, 2.5, 0.2), (2.4, 2.9, 0.16),
                                       (4.2, 2.4, 0.28), (-4.4, 2.9, 0.25))):
         stone = Mesh()
         rows = []
@@ -104,7 +107,8 @@ def rubble():
             for j in range(27):
                 a = 2 * math.pi * (j % 26) / 26
                 d = (math.cos(latitude) * math.cos(a), math.sin(latitude), math.cos(latitude) * math.sin(a))
-                lump = 0.66 + 0.6 * fractal(1.5 * d[0] + 1.2 * d[1] + 9 * k + 40, 1.5 * d[2] - 1.1 * d[1] + 40, 4, seed=k)
+                lump = 0.66 + 0.6 * fractal(1.5 * d[0] + 1.2 * d[1] + 9 * k + 40,
+                                            1.5 * d[2] - 1.1 * d[1] + 40, 4, seed=k)
                 row.append(tuple(size * lump * c * (0.85 if n == 1 else 1) for n, c in enumerate(d)))
             rows.append(row)
         stone.grid(rows, [[(j / 26, i / 17, 0) for j in range(27)] for i in range(18)], closed=True)
@@ -145,7 +149,8 @@ def slabs():
             top, lean = 0.035 * (noise(k, row, seed=3) - 0.9), 0.016 * (noise(k, row, seed=8) - 0.5)
             a, b, c, d, e = x + 0.012, x + width - 0.012, z - depth + 0.012, z - 0.012, 0.03
             low = [(a, top - 0.05, d), (b, top - 0.05, d), (b, top - 0.05, c), (a, top - 0.05, c)]
-            high = [(a + e, top - lean, d - e), (b - e, top + lean, d - e), (b - e, top + lean, c + e), (a + e, top - lean, c + e)]
+            high = [(a + e, top - lean, d - e), (b - e, top + lean, d - e), (b - e, top + lean, c + e),
+                    (a + e, top - lean, c + e)]
             mesh.flat(high)
             for n in range(4):
                 mesh.flat([low[n], low[(n + 1) % 4], high[(n + 1) % 4], high[n]])

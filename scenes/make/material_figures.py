@@ -54,8 +54,9 @@ class Figure:
             tile(pictures, self.columns, result)
 
 
-# A ball of glass before a pawn of lacquer.
-GLASS = (('$include "meshes/pawn.mi"', '$include "meshes/pawn.mi"\n$include "meshes/ball.mi"'),
+# A ball of glass before a pawn of lacquer. Rays see front faces alone, so each meets the glass once.
+GLASS = (("trace depth 3 6 8", "trace depth 3 6 8  face front"),
+         ('$include "meshes/pawn.mi"', '$include "meshes/pawn.mi"\n$include "meshes/ball.mi"'),
          ('instance "shown_inst" "pawn"', '''material "lacquer"
     "soft_material" ( "diffuse" .75 .10 .06, "ambient" .10 .02 .01, "light" [ "key_inst", "rim_inst" ] )
 end material
@@ -109,7 +110,8 @@ MATTE = (('environment "soft_environment" ( "texture" "studio", "intensity" 1.1 
 KEY, RIM = '"intensity" .9', '"intensity" .5'
 
 DIMMER = ('"intensity" .9 )', '"intensity" .7 )')
-NIGHT = (('"intensity" 1.1', '"intensity" .06'), ('1 .96 .90, "intensity" .9 )', '1 .60 .30, "intensity" .35 )'),
+NIGHT = (('"intensity" 1.1', '"intensity" .06'),
+         ('1 .96 .90, "intensity" .9 )', '1 .60 .30, "intensity" .35 )'),
          ('"intensity" .5 )', '"intensity" .10 )'), ('"ambient" .30 .31 .33', '"ambient" .05 .05 .05'))
 HEARTH = (('$include "meshes/camp_fire.mi"', '$include "meshes/camp_fire.mi"\n$include "meshes/camp_ring.mi"\n'
                                              '$include "meshes/camp_wood.mi"'),
@@ -184,8 +186,8 @@ FIGURES = {
         ("the same, without areas", "", [(RIM, '"intensity" .25'), (KEY, '"intensity" .75'),
                                          ("sphere 0.45 3 3", ""), ("sphere 0.3 2 2", "")])],
                            more=MATTE),
-    "nemo": Figure("cptn_nemo", '"diffuse" .80 .42 .16 1, "ambient" .10 .05 .02 1, "specular" .5 .5 .5 1, "scaling" 3, '
-                   '"thickness" 2, "glow" 0, "complexity" 2', [
+    "nemo": Figure("cptn_nemo", '"diffuse" .80 .42 .16 1, "ambient" .10 .05 .02 1, "specular" .5 .5 .5 1, '
+                   '"scaling" 3, "thickness" 2, "glow" 0, "complexity" 2', [
         ("scaling 3, thickness 2, complexity 2", ""),
         ("thickness 4", '"thickness" 4'),
         ("complexity 3", '"complexity" 3, "thickness" 3'),
@@ -193,8 +195,8 @@ FIGURES = {
         ("glow 0.3", '"glow" .3, "thickness" 1'),
         ("glow 0.3, sharpness 0.6", '"glow" .3, "thickness" 1, "sharpness" .6')],
                    shadow="cptn_nemo"),
-    "static_cling": Figure("static_cling", '"diffuse" .10 .45 1 1, "specular" .9 1 1 1, "diffuse_map" "dark", "scaling" 3, '
-                           '"thickness" .4, "glow" .2, "complexity" 2', [
+    "static_cling": Figure("static_cling", '"diffuse" .10 .45 1 1, "specular" .9 1 1 1, "diffuse_map" "dark", '
+                           '"scaling" 3, "thickness" .4, "glow" .2, "complexity" 2', [
         ("scaling 3, glow 0.2, complexity 2", ""),
         ("glow 0", '"glow" 0'),
         ("glow 0.6", '"glow" .6'),
@@ -203,23 +205,25 @@ FIGURES = {
         ("without the map", "", [('"diffuse_map" "dark"', '"diffuse_map" null')])],
                            more=(('color texture "studio"', 'color texture "dark" "soft_constant" ( "color" .7 .12 .05 )\n'
                                                             'color texture "studio"'), DIMMER)),
-    "dusty": Figure("dusty", '"diffuse" .10 .20 .14 1, "specular" .8 .8 .8 1, "exponent" 50, "reflectivity" .1, "fresnel" .4, '
-                    '"noise_scale" 4', [
+    "dusty": Figure("dusty", '"diffuse" .10 .20 .14 1, "specular" .8 .8 .8 1, "exponent" 50, '
+                    '"reflectivity" .1, "fresnel" .4, "noise_scale" 4', [
         ("amount 0", '"amount" 0'),
         ("amount 0.5", '"amount" .5'),
         ("amount 1", '"amount" 1'),
         ("falloff 0.15", '"falloff" .15'),
         ("falloff 0.8", '"falloff" .8'),
         ("use_noise on", '"use_noise" on')]),
-    "hot_stuff": Figure("Hot_Stuff", '"scale" 3.6, "stretch" .6, "height" 4.6, "intensity" .36, "color1" .03 .002 0 1, '
-                        '"color2" .5 .11 .01 1, "color3" 1 .44 .06 1, "color4" 1 .64 .18 1', [
+    "hot_stuff": Figure("Hot_Stuff", '"scale" 3.6, "stretch" .6, "height" 4.6, "intensity" .36, '
+                        '"color1" .03 .002 0 1, "color2" .5 .11 .01 1, "color3" 1 .44 .06 1, "color4" 1 .64 .18 1', [
         ("height 4.6, stretch 0.6, scale 3.6", ""),
         ("height 2.3", '"height" 2.3'),
         ("stretch 0", '"stretch" 0'),
         ("scale 10", '"scale" 10'),
         ("intensity 0.15", '"intensity" .15'),
-        ("colors of gas", '"color1" .002 .004 .04 1, "color2" .02 .08 .6 1, "color3" .10 .35 1 1, "color4" .35 .65 1 1')],
-                        shadow="Hot_Stuff", more=(("meshes/pawn.mi", "meshes/camp_fire.mi"), *HEARTH, ("trace depth 3 6 8", "trace depth 3 40 40"), *NIGHT,
+        ("colors of gas", '"color1" .002 .004 .04 1, "color2" .02 .08 .6 1, "color3" .10 .35 1 1, '
+                          '"color4" .35 .65 1 1')],
+                        shadow="Hot_Stuff", more=(("meshes/pawn.mi", "meshes/camp_fire.mi"), *HEARTH, *NIGHT,
+                                                  ("trace depth 3 6 8", "trace depth 3 40 40"),
                                                   ('\n        "light" [ "key_inst", "rim_inst" ]', ""))),
 }
 

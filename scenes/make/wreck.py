@@ -43,7 +43,8 @@ def straps():
     for k in range(9):
         x = STERN + 2.2 + 1.25 * k
         a, b = radius_at(x - 0.09) + 0.035, radius_at(x + 0.09) + 0.035
-        mesh.faces += along_x(turned_part([[(a - 0.05, x - 0.09), (a, x - 0.09)], [(a, x - 0.09), (b, x + 0.09)],
+        mesh.faces += along_x(turned_part([[(a - 0.05, x - 0.09), (a, x - 0.09)],
+                                           [(a, x - 0.09), (b, x + 0.09)],
                                            [(b, x + 0.09), (b - 0.05, x + 0.09)]], 48)).faces
         for j in range(26):
             t = 2 * math.pi * j / 26
@@ -56,7 +57,8 @@ def straps():
         for z in (-0.03, 0.03):
             corners = [(x, low, z), (x + 0.25, high, z), (x + 0.06, low + 0.34, z)]
             mesh.flat(corners if z > 0 else corners[::-1])
-        mesh.flat([(x, low, 0.03), (x + 0.06, low + 0.34, 0.03), (x + 0.06, low + 0.34, -0.03), (x, low, -0.03)])
+        mesh.flat([(x, low, 0.03), (x + 0.06, low + 0.34, 0.03), (x + 0.06, low + 0.34, -0.03),
+                   (x, low, -0.03)])
         mesh.flat([(x + 0.06, low + 0.34, 0.03), (x + 0.25, high, 0.03), (x + 0.25, high, -0.03),
                    (x + 0.06, low + 0.34, -0.03)])
     return mesh
@@ -82,7 +84,8 @@ def frames():
 def tower():
     """The conning tower, with a dome."""
     mesh = Mesh()
-    run = [curve([(1.02, 1.35), (0.95, 1.7), (0.86, 2.1), (0.82, 2.45)], 8), curve([(0.82, 2.45), (0.80, 2.75), (0.62, 3.05),
+    run = [curve([(1.02, 1.35), (0.95, 1.7), (0.86, 2.1), (0.82, 2.45)], 8),
+           curve([(0.82, 2.45), (0.80, 2.75), (0.62, 3.05),
            (0.32, 3.20), (0, 3.23)], 8)]
     put(mesh, turned_part(run, 64), 0.2)
     return mesh
@@ -101,7 +104,8 @@ def brass():
                             [(r + 0.14, 0.09), (r + 0.17, -0.12)]], 48)
         for k in range(12):
             a = 2 * math.pi * k / 12
-            put(ring, turned_part([[(0.035, 0.1), (0.03, 0.19), (0, 0.20)]], 8), (r + 0.06) * math.cos(a), 0,
+            put(ring, turned_part([[(0.035, 0.1), (0.03, 0.19), (0, 0.20)]], 8), (r + 0.06) * math.cos(a),
+                0,
                 (r + 0.06) * math.sin(a))
         for a in (0.0, math.pi / 2):
             x, z = r * math.cos(a), r * math.sin(a)
@@ -109,7 +113,8 @@ def brass():
         aim(mesh, ring, way, at, (0, 1, 0))
     for y, r in ((2.45, 0.84), (1.55, 1.02)):
         mesh.ring(r, 0.05, "y", 48, 8, (0.2, y, 0))
-    put(mesh, turned_part([[(0.09, 3.2), (0.09, 3.38)], [(0.09, 3.38), (0.16, 3.40)], arc(0, 3.40, 0.16, 0, 90, 6)], 24), 0.2)
+    put(mesh, turned_part([[(0.09, 3.2), (0.09, 3.38)], [(0.09, 3.38), (0.16, 3.40)],
+                           arc(0, 3.40, 0.16, 0, 90, 6)], 24), 0.2)
     for k in range(4):
         blade, rows = Mesh(), []
         for i in range(9):
@@ -119,7 +124,8 @@ def brass():
         blade.grid(rows, [[(j, i, 0) for j in range(5)] for i in range(9)])
         a = math.radians(90 * k + 20)
         aim(mesh, blade, (0, math.cos(a), math.sin(a)), (STERN - 0.1, 0, 0), (0, -math.sin(a), math.cos(a)))
-    mesh.faces += along_x(turned_part([[(0, STERN - 0.45), (0.12, STERN - 0.35), (0.2, STERN + 0.1), (0.24, STERN + 0.4)]], 24)).faces
+    mesh.faces += along_x(turned_part([[(0, STERN - 0.45), (0.12, STERN - 0.35), (0.2, STERN + 0.1),
+                                        (0.24, STERN + 0.4)]], 24)).faces
     return mesh
 
 
@@ -135,14 +141,16 @@ def fins():
     mesh = Mesh()
     for way in ((0, 1, 0), (0, -1, 0), (0, 0, 1), (0, 0, -1)):
         leaf = Mesh()
-        rows = [[(-6.0 + 0.45 * h + 1.5 * (1 - 0.5 * h) * u, 0.06 * (1 - h * h) ** 0.5 * math.sin(math.pi * u ** 0.6) * s, 1.7 * h)
-                 for u in (k / 10 for k in range(11))] for s in (1,) for h in (i / 8 for i in range(9))]
+        rows = [[(-6.0 + 0.45 * h + 1.5 * (1 - 0.5 * h) * u,
+                  0.06 * (1 - h * h) ** 0.5 * math.sin(math.pi * u ** 0.6), 1.7 * h)
+                 for u in (k / 10 for k in range(11))] for h in (i / 8 for i in range(9))]
         for side in (1, -1):
             leaf.grid([[(p[0], side * p[1], p[2]) for p in (row if side > 0 else row[::-1])] for row in rows],
                       [[(k, i, 0) for k in range(11)] for i in range(9)])
         y, z = way[1], way[2]
         for face in leaf.faces:
-            mesh.face([((p[0], z * p[1] + y * p[2], z * p[2] - y * p[1]), (n[0], z * n[1] + y * n[2], z * n[2] - y * n[1]), t)
+            mesh.face([((p[0], z * p[1] + y * p[2], z * p[2] - y * p[1]),
+                        (n[0], z * n[1] + y * n[2], z * n[2] - y * n[1]), t)
                        for p, n, t in face])
     return mesh
 
@@ -167,8 +175,10 @@ def sea_bed():
 
 def boulders():
     mesh = Mesh()
-    for k, (x, z, size) in enumerate(((-5.2, 5.4, 0.8), (-6.4, 4.4, 1.1), (7.4, -1.2, 1.3), (8.6, 0.6, 0.7), (6.3, 2.3, 0.5),
-                                      (-9.5, -6.5, 2.6), (10.5, -9, 3.0), (1.2, 4.6, 0.22), (-2.4, 4.3, 0.3))):
+    for k, (x, z, size) in enumerate(((-5.2, 5.4, 0.8), (-6.4, 4.4, 1.1), (7.4, -1.2, 1.3), (8.6, 0.6, 0.7),
+                                      (6.3, 2.3, 0.5),
+                                      (-9.5, -6.5, 2.6), (10.5, -9, 3.0), (1.2, 4.6, 0.22),
+                                      (-2.4, 4.3, 0.3))):
         put(mesh, rock(k + 3, size, 0.75 * size, 0.9 * size), x, bed_height(x, z) + 0.05, z, 67 * k)
     return mesh
 
@@ -179,7 +189,8 @@ def kelp():
     for k in range(46):
         x, z = ((-4.0, 4.1), (8.2, 0.2), (8.4, 2.5), (-2.9, 4.9))[k % 4]
         x, z = x + 2.4 * (noise(k, 1, seed=8) - 0.5), z + 1.6 * (noise(k, 5, seed=8) - 0.5)
-        tall, bend, turn = 1.2 + 2.6 * noise(k, 9, seed=4), 0.35 + 0.5 * noise(k, 3, seed=6), 6.3 * noise(k, 2, seed=1)
+        tall, bend = 1.2 + 2.6 * noise(k, 9, seed=4), 0.35 + 0.5 * noise(k, 3, seed=6)
+        turn = 6.3 * noise(k, 2, seed=1)
         rows, base = [], bed_height(x, z)
         for i in range(17):
             h = i / 16
@@ -187,7 +198,8 @@ def kelp():
             twist = turn + 2.2 * h
             w = 0.075 * (1 - h ** 3) * (1 + 0.35 * math.sin(19 * h + k))
             cx, cy, cz = x - sway, base - 0.1 + tall * h, z + 0.12 * math.sin(5 * h + 2 * k)
-            rows.append([(cx + w * s * math.cos(twist), cy, cz + w * s * math.sin(twist)) for s in (-1, 0, 1)])
+            rows.append([(cx + w * s * math.cos(twist), cy, cz + w * s * math.sin(twist)) for s in (-1, 0,
+                                                                                                    1)])
         mesh.grid(rows, [[(s, i, 0) for s in range(3)] for i in range(17)])
     return mesh
 
@@ -197,7 +209,8 @@ def bubbles():
     for k in range(26):
         size = 0.03 + 0.06 * noise(k, 2, seed=3) ** 2
         t = k / 26
-        mesh.sphere(size, 12, 8, (1.9 + 0.25 * noise(k, 7, seed=9) + 0.5 * t * math.sin(7 * t), 1.7 + 3.6 * t ** 1.3,
+        mesh.sphere(size, 12, 8, (1.9 + 0.25 * noise(k, 7, seed=9) + 0.5 * t * math.sin(7 * t),
+                                  1.7 + 3.6 * t ** 1.3,
                                   0.6 + 0.3 * noise(k, 4, seed=5) + 0.3 * t))
     return mesh
 
@@ -229,5 +242,6 @@ PARTS = (
 
 if __name__ == "__main__":
     for name, build, remark in PARTS:
-        build().write(os.path.join(SCENES, "meshes", f"wreck_{name}.mi"), f"wreck_{name}", remark, "wreck.py")
+        build().write(os.path.join(SCENES, "meshes", f"wreck_{name}.mi"), f"wreck_{name}", remark,
+                      "wreck.py")
     write_png(os.path.join(SCENES, "textures", "caustics.png"), paint(256, 256, caustics, 1, 64))
