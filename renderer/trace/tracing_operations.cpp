@@ -79,14 +79,22 @@ bool deeper(const miState* state, int level, int most) {
            !mi_par_aborted();
 }
 
+// Refractions between the eye and what state has hit. Shaders may lower the refraction level of
+// their state; where each hit traces several rays, those would have no end. So both count.
+int refractions(const miState* state) {
+    int count = 0;
+    for (const miState* ray = state; ray; ray = ray->parent)
+        count += ray->type == miRAY_REFRACT || ray->type == miRAY_TRANSPARENT;
+    return std::max(count, state->refraction_level);
+}
+
 bool is_direction(const miVector& dir) {
     const float len = dot(dir, dir);
     return len > 0 && std::isfinite(len);
 }
 
 miBoolean pass_on(miColor* result, miState* state, miRayType type, const miVector& dir) {
-    if (!is_direction(dir) ||
-        !deeper(state, state->refraction_level, state->options->refraction_depth))
+    if (!is_direction(dir) || !deeper(state, refractions(state), state->options->refraction_depth))
         return miFALSE;
     miState child = spawn(state, type, state->point, normalized(dir));
     ++child.refraction_level;

@@ -123,7 +123,7 @@ void reflect(miColor* result, miState* state, const soft_material_params& work,
 }
 
 // Nothing is added under total internal reflection. The state is left one refraction level higher
-// up: the rays of a refraction do not count as deeper than the one that came here.
+// up.
 void refract(miColor* result, miState* state, const soft_material_params& work,
              const zel_frosty_params* params, miScalar ior_in, miScalar ior_out) {
     const miScalar t = work.transparency;

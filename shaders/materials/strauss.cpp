@@ -182,9 +182,8 @@ void reflect(miColor* result, miState* state, const zel_strauss_params& work) {
 }
 
 // Looks behind the surface, without an environment; or back from it under total internal
-// reflection. Leaves state one refraction level higher up, so that the rays behind the surface
-// may be one deeper than the options say; and, under total internal reflection, with the index of
-// refraction of the side that the ray came from.
+// reflection. Leaves state one refraction level higher up and, under total internal reflection,
+// with the index of refraction of the side that the ray came from.
 miBoolean see_through(miColor* seen, miState* state, miScalar ior_in, miScalar ior_out) {
     miVector dir;
     --state->refraction_level;
