@@ -121,5 +121,28 @@ TEST(Materials, MatteHoldsShadows) {
         }
 }
 
+// Their shaders lower the level of refraction: a closed body of frosted glass must end all the
+// same.
+TEST(Materials, TraceDepthLimitsWhatIsSeenThroughThem) {
+    const std::string shaders[] = {
+        call("zel_strauss", R"("color" 1 1 1, "transparency" 1)"),
+        call("zel_frosty", R"("diffuse" 1 1 1, "transparency" 1, "edge_opacity" 0,
+                               "refract_spread" 0, "refract_samples" 1)")};
+    std::vector<Scene> scenes;
+    for (const std::string& shader : shaders)
+        for (const int panes : {3, 4}) {
+            Scene s;
+            s.options = "trace depth 3 3 3";
+            s.material("m", shader).material("white", constant(1, 1, 1)).wall("w", "white", -9);
+            for (int k = 0; k < panes; ++k) s.wall("p" + std::to_string(k), "m", -2 - k);
+            scenes.push_back(s);
+        }
+    const auto pictures = render_all(scenes);
+    for (const std::size_t k : {0u, 2u}) {
+        EXPECT_EQ(pictures[k].at(1, 1).r, 1) << shaders[k / 2];
+        EXPECT_EQ(pictures[k + 1].at(1, 1).r, 0) << shaders[k / 2];
+    }
+}
+
 }  // namespace
 }  // namespace orvane
