@@ -31,10 +31,10 @@ header p {{ color: #9a9aa4; margin: 4px 0; }}
 h1 {{ margin: 0; font-weight: 600; }}
 main {{ display: grid; gap: 28px; grid-template-columns: repeat(auto-fill, minmax(420px, 1fr)); }}
 article {{ background: #1f1f25; border-radius: 8px; overflow: hidden; }}
-.pictures {{ display: grid; gap: 2px; }}
-.many {{ grid-template-columns: repeat(auto-fill, minmax(120px, 1fr)); }}
-img {{ display: block; width: 100%; background: #2c2c34; }}
-.few img {{ aspect-ratio: 16 / 9; object-fit: contain; }}
+img {{ display: block; width: 100%; background: #2c2c34; aspect-ratio: 16 / 9; object-fit: contain; }}
+.small img {{ image-rendering: pixelated; }}
+.more {{ display: flex; gap: 2px; margin-top: 2px; overflow-x: auto; }}
+.more a {{ flex: 0 0 110px; }}
 section {{ padding: 12px 16px 16px; }}
 h2 {{ font-size: 17px; margin: 0 0 4px; }}
 p {{ margin: 4px 0; }}
@@ -97,14 +97,13 @@ def png_size(path):
 
 
 def first_words(text):
-    """What the comment at a scene's head says, up to the command."""
+    """The first two sentences of the comment at a scene's head."""
     lines = []
     for line in text.splitlines():
-        words = line.lstrip("#").strip()
-        if not line.startswith("#") or words.startswith("orvane render"):
+        if not line.startswith("# "):
             break
-        lines.append(words)
-    return " ".join(lines).strip()
+        lines.append(line[2:])
+    return " ".join(re.split(r"(?<=[.;]) ", " ".join(lines).strip())[:2]).rstrip(";")
 
 
 def card(gallery, name, known):
@@ -116,17 +115,20 @@ def card(gallery, name, known):
         facts = json.load(file)
     pictures = sorted(f for f in os.listdir(os.path.join(folder, "out")) if f.endswith(".png"))
     paths = [os.path.join(folder, "out", p) for p in pictures]
-    images = "\n".join(f'<a href="{name}/out/{p}"><img src="{name}/out/{p}" alt="{name}" '
-                       f'loading="lazy"></a>' for p in pictures)
+    images = [f'<a href="{name}/out/{p}"><img src="{name}/out/{p}" alt="{name}" loading="lazy"></a>'
+              for p in pictures]
+    more = f'<div class="more">{"".join(images[1:])}</div>' if images[1:] else ""
+    small = False
     told = f"{facts['seconds']:.1f} s"
     if paths:
         x, y = png_size(paths[0])
+        small = x < 200
         told += f" · {x} × {y} · {sum(map(os.path.getsize, paths)) // 1024} KB"
     if len(paths) > 1:
         told += f" · {len(paths)} pictures"
     fault = f'<pre class="fault">{html.escape(facts["fault"])}</pre>' if facts["fault"] else ""
     shaders = " ".join(f"<code>{s}</code>" for s in used)
-    return f"""<article><div class="pictures {"few" if len(paths) < 2 else "many"}">{images}</div>
+    return f"""<article{' class="small"' if small else ""}>{"".join(images[:1])}{more}
 <section><h2>{name}</h2><p>{html.escape(first_words(text))}</p><p>{shaders}</p>
 <p class="facts">{told}</p>{fault}
 <details><summary>Scene</summary><pre>{html.escape(scene_text(name))}</pre></details>
