@@ -5,19 +5,40 @@
 
 enum miBlur : bool { miSHARP, miBLURRED };
 
+// What a material learns of its ray first.
+struct miBegun {
+    miScalar ior_in = 1, ior_out = 1;
+    miBoolean answer = miTRUE;  // to a shadow ray
+};
+
 // Asks for the indices of refraction unless state is of a shadow ray, and applies the block's
 // textures, and its static blur when asked to, to work, a copy of the block. Answers shadow rays:
-// false when it did. Then *answer is the result, and stays as it is where nothing casts a shadow.
+// false when it did. Then begun->answer is the result, and stays as it is where nothing casts a
+// shadow.
 static inline bool begin_material(miColor* result, miState* state, soft_material_params* work,
-                                  soft_material_params* block, miBlur blur, miScalar* ior_in,
-                                  miScalar* ior_out, miBoolean* answer) {
+                                  soft_material_params* block, miBlur blur, miBegun* begun) {
     const bool shadow = state->type == miRAY_SHADOW;
     if (shadow && !mi_mtl_is_casting_shadow(state, block)) return false;
-    if (!shadow) mi_mtl_refraction_index(state, block, ior_in, ior_out);
+    if (!shadow) mi_mtl_refraction_index(state, block, &begun->ior_in, &begun->ior_out);
     mi_mtl_textures(state, work, block, &state->normal, &state->dot_nd);
     if (blur == miBLURRED) mi_mtl_static_blur(state, work);
-    if (shadow) *answer = mi_mtl_compute_shadow(result, work);
+    if (shadow) begun->answer = mi_mtl_compute_shadow(result, work);
     return !shadow;
+}
+
+// Calls shade(color, dir, dot_nl, light) for each light of a list that reaches the point, in order.
+// Element k of a light array lies at index + k, maybe behind the block.
+template <typename Shade>
+static inline void for_each_light(miState* state, const miTag* light, miInteger index,
+                                  miInteger count, Shade shade) {
+    light += index;
+    for (int k = 0; k < count; ++k) {
+        miColor color;
+        miVector dir;
+        miScalar dot_nl;
+        if (mi_trace_light(&color, &dir, &dot_nl, state, light[k]))
+            shade(color, dir, dot_nl, light[k]);
+    }
 }
 
 // Adds weight * surface * light to r, g and b.

@@ -54,18 +54,14 @@ constexpr int kMostSamples = 4096;
 void add_lights(miColor* result, miColor* shine, miState* state, soft_material_params* work,
                 miScalar specular_opacity, const miTag* light, miInteger index, miInteger count) {
     const bool shiny = work->model == miHIGHLIGHT_PHONG || work->model == miHIGHLIGHT_BLINN;
-    light += index;
-    for (int k = 0; k < count; ++k) {
-        miColor color;
-        miVector dir;
-        miScalar dot_nl;
-        if (!mi_trace_light(&color, &dir, &dot_nl, state, light[k])) continue;
-        add_light(result, dot_nl, work->diffuse, color);
-        if (!shine || !shiny) continue;
-        const miScalar strength = highlight(state, *work, &dir);
-        work->transparency -= strength * specular_opacity;
-        add_light(shine, strength, work->specular, color);
-    }
+    for_each_light(state, light, index, count,
+                   [&](const miColor& color, miVector dir, miScalar dot_nl, miTag) {
+                       add_light(result, dot_nl, work->diffuse, color);
+                       if (!shine || !shiny) return;
+                       const miScalar strength = highlight(state, *work, &dir);
+                       work->transparency -= strength * specular_opacity;
+                       add_light(shine, strength, work->specular, color);
+                   });
 }
 
 void illuminate(miColor* result, miColor* shine, miState* state, soft_material_params* work,
@@ -153,11 +149,9 @@ extern "C" {
 
 miBoolean zel_frosty(miColor* result, miState* state, zel_frosty_params* params) {
     soft_material_params work = params->material;
-    miBoolean answer = miTRUE;
-    miScalar ior_in = 1, ior_out = 1;
-    if (!begin_material(result, state, &work, &params->material, miBLURRED, &ior_in, &ior_out,
-                        &answer))
-        return answer;
+    miBegun begun;
+    if (!begin_material(result, state, &work, &params->material, miBLURRED, &begun))
+        return begun.answer;
     miColor shine;
     illuminate(result, &shine, state, &work, params);
     reflect(result, state, work, params);
@@ -167,7 +161,7 @@ miBoolean zel_frosty(miColor* result, miState* state, zel_frosty_params* params)
     if (work.transparency >= 0) {
         const miScalar edge = 1 - std::fabs(state->dot_nd);
         work.transparency = work.transparency - edge * edge * params->edge_opacity;
-        refract(result, state, work, params, ior_in, ior_out);
+        refract(result, state, work, params, begun.ior_in, begun.ior_out);
     }
     keep_finite(result);
     return miTRUE;

@@ -49,20 +49,17 @@ bool peeks(const zel_peekaboo_params* params, miTag light) {
 void add_lights(miColor* result, miState* state, soft_material_params* work,
                 const zel_peekaboo_params* params, const miTag* light, miInteger index,
                 miInteger count, bool highlights) {
-    light += index;
-    for (int k = 0; k < count; ++k) {
-        miColor color;
-        miVector dir;
-        miScalar dot_nl;
-        if (!mi_trace_light(&color, &dir, &dot_nl, state, light[k])) continue;
-        if (peeks(params, light[k])) {
-            work->transparency =
-                static_cast<miScalar>(work->transparency + mean(color) * params->peek_strength);
-            continue;
-        }
-        add_light(result, dot_nl, work->diffuse, color);
-        if (highlights) add_light(result, highlight(state, *work, &dir), work->specular, color);
-    }
+    for_each_light(state, light, index, count,
+                   [&](const miColor& color, miVector dir, miScalar dot_nl, miTag peeker) {
+                       if (peeks(params, peeker)) {
+                           work->transparency = static_cast<miScalar>(
+                               work->transparency + mean(color) * params->peek_strength);
+                           return;
+                       }
+                       add_light(result, dot_nl, work->diffuse, color);
+                       if (highlights)
+                           add_light(result, highlight(state, *work, &dir), work->specular, color);
+                   });
 }
 
 }  // namespace
@@ -82,14 +79,12 @@ void zel_peekaboo_illumination(miColor* result, miState* state, soft_material_pa
 // Shadows know nothing of peek lights.
 miBoolean zel_peekaboo(miColor* result, miState* state, zel_peekaboo_params* params) {
     soft_material_params work = params->material;
-    miBoolean answer = miTRUE;
-    miScalar ior_in = 1, ior_out = 1;
-    if (!begin_material(result, state, &work, &params->material, miBLURRED, &ior_in, &ior_out,
-                        &answer))
-        return answer;
+    miBegun begun;
+    if (!begin_material(result, state, &work, &params->material, miBLURRED, &begun))
+        return begun.answer;
     zel_peekaboo_illumination(result, state, &work, params);
     mi_mtl_reflection(result, state, &work);
-    mi_mtl_refraction(result, state, &work, ior_in, ior_out);
+    mi_mtl_refraction(result, state, &work, begun.ior_in, begun.ior_out);
     keep_finite(result);
     return miTRUE;
 }

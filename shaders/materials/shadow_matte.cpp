@@ -47,15 +47,11 @@ miBoolean zel_shadow_matte(miColor* result, miState* state, zel_shadow_matte_par
     *result = {0, 0, 0, 1};
     if (within_shadow_ray(state)) return miTRUE;
 
-    const miTag* light = params->light + params->i_light;
     miScalar sum = 0;
-    for (int k = 0; k < params->n_light; ++k) {
-        miColor color;
-        miVector dir;
-        miScalar dot_nl;
-        if (mi_trace_light(&color, &dir, &dot_nl, state, light[k]))
-            sum = static_cast<miScalar>(sum + mean(color));
-    }
+    for_each_light(state, params->light, params->i_light, params->n_light,
+                   [&sum](const miColor& color, miVector, miScalar, miTag) {
+                       sum = static_cast<miScalar>(sum + mean(color));
+                   });
     result->a = shadow_of(sum);
     return miTRUE;
 }

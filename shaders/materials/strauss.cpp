@@ -128,20 +128,16 @@ miScalar highlight(const miState* state, const Surface& surface, const miVector&
 // NULL.
 void add_lights(miColor* result, miColor* shine, miState* state, const Surface& surface,
                 const miTag* light, miInteger index, miInteger count) {
-    light += index;
-    for (int k = 0; k < count; ++k) {
-        miColor color;
-        miVector dir;
-        miScalar dot_nl;
-        if (!mi_trace_light(&color, &dir, &dot_nl, state, light[k])) continue;
-        miColor colored = color;
-        filter_rgb(&colored, surface.color.r, surface.color.g, surface.color.b);
-        const miScalar f = surface.matte * dot_nl * surface.subdued;
-        if (f > 0) add(result, f, colored);
-        if (shine)
-            add_metallic(shine, highlight(state, surface, dir, dot_nl, f), surface.metalness, color,
-                         colored);
-    }
+    for_each_light(state, light, index, count,
+                   [&](const miColor& color, miVector dir, miScalar dot_nl, miTag) {
+                       miColor colored = color;
+                       filter_rgb(&colored, surface.color.r, surface.color.g, surface.color.b);
+                       const miScalar f = surface.matte * dot_nl * surface.subdued;
+                       if (f > 0) add(result, f, colored);
+                       if (shine)
+                           add_metallic(shine, highlight(state, surface, dir, dot_nl, f),
+                                        surface.metalness, color, colored);
+                   });
 }
 
 // Sets result to diffuse and ambient light and shine to the highlights. The light arrays are those
@@ -226,10 +222,9 @@ miBoolean zel_strauss(miColor* result, miState* state, zel_strauss_params* param
     work.material.ambient = work.material.diffuse = work.material.specular = params->color;
     work.material.transparency = params->transparency;
     work.material.reflectivity = params->reflectivity;
-    miBoolean answer = miFALSE;
-    miScalar ior_in = 1, ior_out = 1;
-    if (!begin_material(result, state, &work.material, &block, miSHARP, &ior_in, &ior_out, &answer))
-        return answer;
+    miBegun begun = {.answer = miFALSE};
+    if (!begin_material(result, state, &work.material, &block, miSHARP, &begun))
+        return begun.answer;
     work.color = work.material.diffuse;
     work.transparency = work.material.transparency;
     work.reflectivity = work.material.reflectivity;
@@ -237,7 +232,7 @@ miBoolean zel_strauss(miColor* result, miState* state, zel_strauss_params* param
     miColor shine;
     illuminate(result, &shine, state, work, &params->material);
     reflect(result, state, work);
-    refract(result, state, work, ior_in, ior_out);
+    refract(result, state, work, begun.ior_in, begun.ior_out);
     keep_finite(&shine);
     add(result, 1, shine);
     result->a = static_cast<miScalar>(result->a + mean(shine));

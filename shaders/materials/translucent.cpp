@@ -33,16 +33,12 @@ namespace {
 
 void add_lights(miColor* result, miState* state, const miColor& diffuse, miScalar factor,
                 const miTag* light, miInteger index, miInteger count) {
-    light += index;
-    for (int k = 0; k < count; ++k) {
-        miColor color;
-        miVector dir;
-        miScalar dot_nl;
-        if (!mi_trace_light(&color, &dir, &dot_nl, state, light[k])) continue;
-        result->r += dot_nl * diffuse.r * color.r * factor;
-        result->g += dot_nl * diffuse.g * color.g * factor;
-        result->b += dot_nl * diffuse.b * color.b * factor;
-    }
+    for_each_light(state, light, index, count,
+                   [&](const miColor& color, miVector, miScalar dot_nl, miTag) {
+                       result->r += dot_nl * diffuse.r * color.r * factor;
+                       result->g += dot_nl * diffuse.g * color.g * factor;
+                       result->b += dot_nl * diffuse.b * color.b * factor;
+                   });
 }
 
 bool is_solid(const translucent_material_params* params) {

@@ -62,20 +62,15 @@ void illuminate(miColor* result, miColor* shine, miState* state, const soft_mate
     miVector split = normalized(params->split);
     mi_vector_to_object(state, &split, &split);
     const soft_material_params& block = params->material;
-    miColor color;
-    miVector dir;
-    miScalar dot_nl;
-
-    const miTag* light = block.light + block.i_light;
-    for (int k = 0; k < block.n_light; ++k) {
-        if (!mi_trace_light(&color, &dir, &dot_nl, state, light[k])) continue;
-        add_light(result, dot_nl, work.diffuse, color);
-        add_lobes(shine, state, work, params, dir, split, color);
-    }
-    light = block.diffuse_light + block.i_diffuse_light;
-    for (int k = 0; k < block.n_diffuse_light; ++k)
-        if (mi_trace_light(&color, &dir, &dot_nl, state, light[k]))
-            add_light(result, dot_nl, work.diffuse, color);
+    for_each_light(state, block.light, block.i_light, block.n_light,
+                   [&](const miColor& color, miVector dir, miScalar dot_nl, miTag) {
+                       add_light(result, dot_nl, work.diffuse, color);
+                       add_lobes(shine, state, work, params, dir, split, color);
+                   });
+    for_each_light(state, block.diffuse_light, block.i_diffuse_light, block.n_diffuse_light,
+                   [&](const miColor& color, miVector, miScalar dot_nl, miTag) {
+                       add_light(result, dot_nl, work.diffuse, color);
+                   });
     result->a = 1;
 }
 
@@ -86,15 +81,13 @@ extern "C" {
 // Answers miFALSE to a shadow ray where it casts no shadow.
 miBoolean zel_trispec(miColor* result, miState* state, zel_trispec_params* params) {
     soft_material_params work = params->material;
-    miBoolean answer = miFALSE;
-    miScalar ior_in = 1, ior_out = 1;
-    if (!begin_material(result, state, &work, &params->material, miBLURRED, &ior_in, &ior_out,
-                        &answer))
-        return answer;
+    miBegun begun = {.answer = miFALSE};
+    if (!begin_material(result, state, &work, &params->material, miBLURRED, &begun))
+        return begun.answer;
     miColor shine;
     illuminate(result, &shine, state, work, params);
     mi_mtl_reflection(result, state, &work);
-    mi_mtl_refraction(result, state, &work, ior_in, ior_out);
+    mi_mtl_refraction(result, state, &work, begun.ior_in, begun.ior_out);
     keep_finite(&shine);
     *result = {result->r + shine.r, result->g + shine.g, result->b + shine.b, result->a};
     keep_finite(result);

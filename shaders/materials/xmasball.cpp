@@ -52,14 +52,12 @@ extern "C" {
 
 miBoolean zel_xmasball(miColor* result, miState* state, zel_xmasball_params* params) {
     soft_material_params work = params->material;
-    miBoolean answer = miTRUE;
-    miScalar ior_in = 1, ior_out = 1;
-    if (!begin_material(result, state, &work, &params->material, miBLURRED, &ior_in, &ior_out,
-                        &answer))
-        return answer;
-    mi_mtl_illumination(result, state, &work, &params->material, ior_in, ior_out);
+    miBegun begun;
+    if (!begin_material(result, state, &work, &params->material, miBLURRED, &begun))
+        return begun.answer;
+    mi_mtl_illumination(result, state, &work, &params->material, begun.ior_in, begun.ior_out);
     reflect(result, state, work, params);
-    mi_mtl_refraction(result, state, &work, ior_in, ior_out);
+    mi_mtl_refraction(result, state, &work, begun.ior_in, begun.ior_out);
     keep_finite(result);
     return miTRUE;
 }

@@ -105,24 +105,20 @@ void zel_toon_shade(miColor* result, miState* state, soft_material_params* work,
     if (params->use_ambience == 1) apply_ambience(work, params);
     *result = work->ambient;
     *zone = zel_toon_UNLIT;
-    const miTag* light = params->material.light;
-    light += params->material.i_light;
-    for (int k = 0; k < params->material.n_light; ++k) {
-        miColor color;
-        miVector dir;
-        miScalar dot_nl;
-        if (!mi_trace_light(&color, &dir, &dot_nl, state, light[k])) continue;
+    const auto shade = [&](const miColor& color, miVector, miScalar dot_nl, miTag) {
         add_band(result, work->diffuse, work->ambient, color);
         *zone = std::max<miInteger>(*zone, zel_toon_LIT);
         const miScalar t = 1 - dot_nl;
-        if (work->model <= 1 || !(t <= params->highlight_size)) continue;
+        if (work->model <= 1 || !(t <= params->highlight_size)) return;
         *zone = zel_toon_HIGHLIGHT;
         miColor h = {0, 0, 0, 0};
         add_band(&h, work->specular, work->diffuse, color);
         if (params->soft_highlight == 1) zel_toon_soft_edge(&h, t, params);
         *result = {result->r + h.r, result->g + h.g, result->b + h.b, result->a};
         *light_sum = {light_sum->r + color.r, light_sum->g + color.g, light_sum->b + color.b, 0};
-    }
+    };
+    const soft_material_params& block = params->material;
+    for_each_light(state, block.light, block.i_light, block.n_light, shade);
     result->a = 1;
 }
 }
@@ -174,16 +170,14 @@ miBoolean zel_toon_mat(miColor* result, miState* state, zel_toon_mat_params* par
     // Ambience is applied here, or not at all.
     std::fill_n(work.ambience, 3, 1.0f);
 
-    miBoolean answer = miTRUE;
-    miScalar ior_in = 1, ior_out = 1;
-    if (!begin_material(result, state, &work, &params->material, miSHARP, &ior_in, &ior_out,
-                        &answer))
-        return answer;
+    miBegun begun;
+    if (!begin_material(result, state, &work, &params->material, miSHARP, &begun))
+        return begun.answer;
     miColor light_sum;
     miInteger zone;
     zel_toon_shade(result, state, &work, params, &light_sum, &zone);
     mi_mtl_reflection(result, state, &work);
-    mi_mtl_refraction(result, state, &work, ior_in, ior_out);
+    mi_mtl_refraction(result, state, &work, begun.ior_in, begun.ior_out);
 
     // What is seen through a transparent surface would be recorded in its place.
     const bool seen =

@@ -39,16 +39,14 @@ namespace {
 void add_lights(miColor* result, miState* state, const soft_material_params& work,
                 const miTag* light, miInteger index, miInteger count, bool highlights,
                 miColor* light_sum) {
-    light += index;
-    for (int k = 0; k < count; ++k) {
-        miColor color;
-        miVector dir;
-        miScalar dot_nl;
-        if (!mi_trace_light(&color, &dir, &dot_nl, state, light[k])) continue;
-        *light_sum = {light_sum->r + color.r, light_sum->g + color.g, light_sum->b + color.b, 0};
-        add_light(result, dot_nl, work.diffuse, color);
-        if (highlights) add_light(result, highlight(state, work, &dir), work.specular, color);
-    }
+    for_each_light(state, light, index, count,
+                   [&](const miColor& color, miVector dir, miScalar dot_nl, miTag) {
+                       *light_sum = {light_sum->r + color.r, light_sum->g + color.g,
+                                     light_sum->b + color.b, 0};
+                       add_light(result, dot_nl, work.diffuse, color);
+                       if (highlights)
+                           add_light(result, highlight(state, work, &dir), work.specular, color);
+                   });
 }
 
 void shade(miColor* result, miState* state, const soft_material_params& work,
@@ -88,15 +86,13 @@ extern "C" {
 
 miBoolean zel_toon_si_mat(miColor* result, miState* state, zel_toon_si_mat_params* params) {
     soft_material_params work = params->material;
-    miBoolean answer = miTRUE;
-    miScalar ior_in = 1, ior_out = 1;
-    if (!begin_material(result, state, &work, &params->material, miSHARP, &ior_in, &ior_out,
-                        &answer))
-        return answer;
+    miBegun begun;
+    if (!begin_material(result, state, &work, &params->material, miSHARP, &begun))
+        return begun.answer;
     miColor light_sum = {0, 0, 0, 0};
     shade(result, state, work, params->material, &light_sum);
     mi_mtl_reflection(result, state, &work);
-    mi_mtl_refraction(result, state, &work, ior_in, ior_out);
+    mi_mtl_refraction(result, state, &work, begun.ior_in, begun.ior_out);
     if (state->type == miRAY_EYE && zel_ct_ray(state))
         record(result, state, params, light_sum, work.transparency);
     return miTRUE;

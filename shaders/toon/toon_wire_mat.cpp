@@ -45,14 +45,12 @@ miBoolean zel_toon_wire_mat(miColor* result, miState* state, zel_toon_wire_mat_p
     const miVector normal = state->normal, normal_geom = state->normal_geom;
     if (params->faceted == 1) state->normal = normal_geom;
     soft_material_params work = params->material;
-    miBoolean answer = miTRUE;
-    miScalar ior_in = 1, ior_out = 1;
-    if (!begin_material(result, state, &work, &params->material, miSHARP, &ior_in, &ior_out,
-                        &answer))
-        return answer;
-    mi_mtl_illumination(result, state, &work, &params->material, ior_in, ior_out);
+    miBegun begun;
+    if (!begin_material(result, state, &work, &params->material, miSHARP, &begun))
+        return begun.answer;
+    mi_mtl_illumination(result, state, &work, &params->material, begun.ior_in, begun.ior_out);
     mi_mtl_reflection(result, state, &work);
-    mi_mtl_refraction(result, state, &work, ior_in, ior_out);
+    mi_mtl_refraction(result, state, &work, begun.ior_in, begun.ior_out);
     if (state->type == miRAY_EYE && zel_ct_ray(state)) {
         state->normal = params->record_geometric == 1 ? normal_geom * params->normal_scale : normal;
         record(result, state, params, work.transparency);
