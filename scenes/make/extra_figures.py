@@ -6,12 +6,11 @@ Every cell of docs/pictures/NAME_figure.jpg is scenes/NAME.mi, smaller and with 
 replaced; what is replaced stands in this file. Needs oiiotool.
 """
 
-import argparse
 import os
 import subprocess
 import tempfile
 
-from figure import SCENES, run
+from figure import SCENES, read_arguments, run
 from sheet import labelled, tile
 
 
@@ -99,11 +98,7 @@ FIGURES = {
 
 
 def main():
-    parser = argparse.ArgumentParser(description=__doc__.split("\n")[0])
-    parser.add_argument("command", help="the program orvane", type=os.path.abspath)
-    parser.add_argument("folder")
-    parser.add_argument("names", nargs="*")
-    options = parser.parse_args()
+    options = read_arguments(__doc__)
     for name in options.names or FIGURES:
         FIGURES[name].render(options.command, name, os.path.join(options.folder, f"{name}_figure.jpg"))
 

@@ -1,5 +1,6 @@
 """What scripts that render figures share: parameters in scene text, and the program's run."""
 
+import argparse
 import os
 import re
 import subprocess
@@ -28,3 +29,12 @@ def run(command, text, picture, *options):
     """Renders the text of a scene that stands in the folder of the scenes."""
     subprocess.run([command, "render", "-", "-v", "2", "-o", picture, *options], input=text,
                    text=True, check=True, cwd=SCENES)
+
+
+def read_arguments(doc):
+    """The command line that scripts of figures have: command, folder, names."""
+    parser = argparse.ArgumentParser(description=doc.split("\n")[0])
+    parser.add_argument("command", help="the program orvane", type=os.path.abspath)
+    parser.add_argument("folder", help="for the pictures")
+    parser.add_argument("names", nargs="*", help="of figures; all without")
+    return parser.parse_args()

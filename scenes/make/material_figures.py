@@ -6,11 +6,10 @@ Every cell of docs/pictures/NAME_figure.jpg is scenes/docs/material.mi with anot
 parameters for its material "shown"; all of them stand in this file. Needs oiiotool.
 """
 
-import argparse
 import os
 import tempfile
 
-from figure import SCENES, parameters_in, run, with_parameters
+from figure import SCENES, parameters_in, read_arguments, run, with_parameters
 from sheet import labelled, tile
 
 
@@ -229,11 +228,7 @@ FIGURES = {
 
 
 def main():
-    parser = argparse.ArgumentParser(description=__doc__.split("\n")[0])
-    parser.add_argument("command", help="the program orvane", type=os.path.abspath)
-    parser.add_argument("folder")
-    parser.add_argument("names", nargs="*")
-    options = parser.parse_args()
+    options = read_arguments(__doc__)
     for name in options.names or FIGURES:
         FIGURES[name].render(options.command, os.path.join(options.folder, f"{name}_figure.jpg"))
 

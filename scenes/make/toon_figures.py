@@ -7,13 +7,12 @@ resolutions. Every cell of the others is the robot of toon_lines.mi with other p
 or of its materials; all of them stand in this file. NAME chooses figures. Needs oiiotool.
 """
 
-import argparse
 import os
 import re
 import subprocess
 import tempfile
 
-from figure import SCENES, parameters_in, run, with_parameters
+from figure import SCENES, parameters_in, read_arguments, run, with_parameters
 from sheet import labelled, tile
 
 LENS = {"width": "3.4", "group_depth": "0", "normal_threshold": "0.9", "color_threshold": "0.15"}
@@ -140,11 +139,7 @@ def resolution(command, folder, result):
 
 
 def main():
-    parser = argparse.ArgumentParser(description=__doc__.split("\n")[0])
-    parser.add_argument("command", help="the program orvane", type=os.path.abspath)
-    parser.add_argument("folder")
-    parser.add_argument("names", nargs="*")
-    options = parser.parse_args()
+    options = read_arguments(__doc__)
     special = {"lines": lines, "resolution": resolution}
     for name in options.names or [*FIGURES, *special]:
         result = os.path.join(options.folder, f"toon_{name}.jpg")
