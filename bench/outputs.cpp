@@ -80,8 +80,8 @@ int main() {
     image::Image texture(2, 2);
     bench::with_frame(scene_text(R"("zel_bg_pic" ( "texture" "t" ))"), [&](trace::Frame& frame) {
         measure("zel_bg_pic", frame, [&texture](int x, int y) {
-            return texture.lookup(static_cast<float>(x) / (kWidth - 1),
-                                  static_cast<float>(y) / (kHeight - 1));
+            return texture.lookup_held(static_cast<float>(x) / (kWidth - 1),
+                                       static_cast<float>(y) / (kHeight - 1));
         });
     });
 }

@@ -36,12 +36,25 @@ Image::Image(int width, int height)
 miColor Image::lookup(float u, float v) const {
     if (pixels_.empty() || !std::isfinite(u) || !std::isfinite(v)) return {0, 0, 0, 0};
     const float x = place(u, width_), y = place(v, height_);
-    const int x0 = pixel_before(x, width_), x1 = pixel_behind(x0, width_);
-    const int y0 = pixel_before(y, height_), y1 = pixel_behind(y0, height_);
-    const miColor &a = at(x0, y0), &b = at(x1, y0), &c = at(x0, y1), &d = at(x1, y1);
+    const int x0 = pixel_before(x, width_), y0 = pixel_before(y, height_);
+    return blend(x0, pixel_behind(x0, width_), weight_behind(x), y0, pixel_behind(y0, height_),
+                 weight_behind(y));
+}
 
-    const float right = weight_behind(x), left = 1 - right;
-    const float upper = weight_behind(y), lower = 1 - upper;
+miColor Image::lookup_held(float u, float v) const {
+    if (pixels_.empty() || !std::isfinite(u) || !std::isfinite(v)) return {0, 0, 0, 0};
+    const auto held = [](float at, int size) {
+        return std::clamp(at * static_cast<float>(size) - 0.5f, 0.0f, static_cast<float>(size - 1));
+    };
+    const float x = held(u, width_), y = held(v, height_);
+    const int x0 = static_cast<int>(x), y0 = static_cast<int>(y);
+    return blend(x0, std::min(x0 + 1, width_ - 1), x - static_cast<float>(x0), y0,
+                 std::min(y0 + 1, height_ - 1), y - static_cast<float>(y0));
+}
+
+miColor Image::blend(int x0, int x1, float right, int y0, int y1, float upper) const {
+    const miColor &a = at(x0, y0), &b = at(x1, y0), &c = at(x0, y1), &d = at(x1, y1);
+    const float left = 1 - right, lower = 1 - upper;
     const float wa = left * lower, wb = right * lower, wc = left * upper, wd = right * upper;
     return {a.r * wa + b.r * wb + c.r * wc + d.r * wd, a.g * wa + b.g * wb + c.g * wc + d.g * wd,
             a.b * wa + b.b * wb + c.b * wc + d.b * wd, a.a * wa + b.a * wb + c.a * wc + d.a * wd};

@@ -28,7 +28,13 @@ class Image {
     // finite.
     miColor lookup(float u, float v) const;
 
+    // The same, but the pixels at the edges go on outside the image.
+    miColor lookup_held(float u, float v) const;
+
   private:
+    // Bilinear between the pixels of two columns and two rows; weights of x1 and y1.
+    miColor blend(int x0, int x1, float right, int y0, int y1, float upper) const;
+
     std::size_t index(int x, int y) const {
         return static_cast<std::size_t>(y) * static_cast<std::size_t>(width_) +
                static_cast<std::size_t>(x);

@@ -1,7 +1,5 @@
 // Looking textures up.
 
-#include <algorithm>
-
 #include "frame/host.h"
 #include "world/render.h"
 
@@ -22,12 +20,8 @@ miBoolean shade(const Shader& shader, miColor* color, miState* state, const miVe
 // Output shaders lay pictures over the whole frame: there, the outermost pixels go on instead of
 // blending with those at the opposite edge.
 miColor look_up(const orvane::image::Image& image, const miState* state, const miVector& coord) {
-    if (!state->options->frame_buffers[miFB_COLOR]) return image.lookup(coord.x, coord.y);
-    const auto held = [](float u, int size) {
-        const float half = 0.5f / static_cast<float>(size);
-        return std::clamp(u, half, 1 - half);
-    };
-    return image.lookup(held(coord.x, image.width()), held(coord.y, image.height()));
+    return state->options->frame_buffers[miFB_COLOR] ? image.lookup_held(coord.x, coord.y)
+                                                     : image.lookup(coord.x, coord.y);
 }
 
 }  // namespace

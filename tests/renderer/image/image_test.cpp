@@ -39,6 +39,17 @@ TEST(Lookup, IsLinearBetweenPixelCentresAndRepeats) {
     EXPECT_THAT(ramp(1, 1).lookup(0.9f, -0.2f), Is(0, 0, 7, 0.5f));
 }
 
+TEST(Lookup, HeldEndsAtTheEdges) {
+    const Image image = ramp(4, 2);
+    for (const float u : {0.4375f, 0.5f, 0.8f})
+        EXPECT_THAT(image.lookup_held(u, 0.375f),
+                    Is(image.lookup(u, 0.375f).r, image.lookup(u, 0.375f).g, 7, 0.5f));
+    EXPECT_THAT(image.lookup_held(0, 1), Is(0, 1, 7, 0.5f));
+    EXPECT_THAT(image.lookup_held(1, -3), Is(3, 0, 7, 0.5f));
+    EXPECT_THAT(image.lookup_held(kMax, -kMax), Is(3, 0, 7, 0.5f));
+    EXPECT_THAT(ramp(1, 1).lookup_held(0.9f, NAN), Is(0, 0, 0, 0));
+}
+
 TEST(Lookup, SurvivesAnyCoordinate) {
     const Image image = ramp(3, 5);
     for (const float u : {0x1p22f + 0.5f, 8388607.5f, 0x1p23f, -0x1p31f, 1e20f, kMax, -kMax})
