@@ -13,8 +13,9 @@
 // G(a) G(b).
 //
 // A smoothness of 1 or more, or none that is a number, counts as 1: the highlight has shrunk to a
-// point and is not drawn. Neither is that of a light for which rj is no finite number, as at the
-// poles of F (kf = 0, 1/2, 1) and G. Channels of the result that would not be finite are 0.
+// point and is not drawn. Neither is that of a light for which rj is minus infinity or not a
+// number, as it may be at the poles of F (kf = 0, 1/2, 1) and G. Channels of the result that would
+// not be finite are 0.
 
 #include <algorithm>
 #include <cmath>
