@@ -76,10 +76,9 @@ static void set_frame(miMatrix to_projector, const cam_proj_tex_params* params) 
     mi_matrix_prod(to_projector, to_projector, roll);
 }
 
-// No plane holds an image of 180 degrees or more: such a projector has half angles of 0, which
-// nothing is inside of. A negative fov or aspect turns the image over.
+// A negative fov or aspect turns the image over, and so does a fov above 180 degrees, which covers
+// all there is. At 180 a plane cannot hold the image: everything shows its middle.
 static void set_image(Projector* projector, double fov, double aspect) {
-    if (!(std::fabs(fov) < 180)) return;
     const double tangent = std::tan(kPi * fov / 360);
     projector->half_width_angle = static_cast<miScalar>(std::fabs(kPi * aspect * fov / 360));
     projector->half_height_angle = static_cast<miScalar>(std::fabs(kPi * fov / 360));

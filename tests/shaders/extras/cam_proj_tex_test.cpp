@@ -97,8 +97,6 @@ TEST_F(Projection, CutsNarrowFramesByTheAngleAndWideOnesByTheImage) {
 
 TEST_F(Projection, ThrowsNothingBySettingsThatHaveNoImage) {
     for (const Params& p : {Params{.fov = 0},
-                            {.fov = 180},
-                            {.fov = -250},
                             {.fov = NAN},
                             {.fov = 1e-42f, .aspect = 1e30f},
                             {.aspect = 0},
@@ -110,6 +108,15 @@ TEST_F(Projection, ThrowsNothingBySettingsThatHaveNoImage) {
         place(p);
         for (const float x : {0.0f, 0.1f, 1e8f}) expect_outside({x, 0, -1});
     }
+}
+
+TEST_F(Projection, OfHalfTheWorldAndMoreIsSpreadThin) {
+    place({.fov = 180});
+    for (const float x : {0.0f, 0.5f, -70.0f}) expect({x, x, -1}, 0.5f, 0.5f, -1);
+    expect_outside({1e8f, 0, -1});
+    place({.fov = 270});  // whose tangent is that of 90, turned over
+    expect({0.5f, 0, -1}, 0.25f, 0.5f, -1);
+    expect_outside({2, 0, -1});
 }
 
 TEST_F(Projection, KnowsItsInstancesByTheirBlocks) {
