@@ -111,14 +111,8 @@ camera "c" focal 1 aperture 1 aspect 1.77778 resolution 1920 1080
     text += R"( ) origin 0 0 0 end light
 instance "li" "l" transform 1 0 0 0  0 1 0 0  0 0 1 0  -1.2 -1.6 0 1 end instance
 material "m" opaque "soft_material" ( "diffuse" .7 .7 .7 1, "light" ["li"] ) end material
-object "floor" visible on shadow on trace on
-    group -9 0 -9  9 0 -9  9 0 9  -9 0 9 v 0 v 1 v 2 v 3 p 0 1 2 3 end group
-end object
-instance "fi" "floor" material [ "m" ] end instance
-instgroup "root" "ci" "li" "fi" end instgroup
-render "root" "ci" "o"
 )";
-    return text;
+    return text + bench::kFloor;
 }
 
 // Seconds that each row of a frame has taken at least.

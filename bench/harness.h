@@ -14,6 +14,16 @@
 
 namespace orvane::bench {
 
+// The end of a scene with the instances "ci" and "li" and the material "m": a floor, and the order
+// to render it with the options "o".
+inline constexpr const char* kFloor = R"(object "floor" visible on shadow on trace on
+    group -9 0 -9  9 0 -9  9 0 9  -9 0 9 v 0 v 1 v 2 v 3 p 0 1 2 3 end group
+end object
+instance "fi" "floor" material [ "m" ] end instance
+instgroup "root" "ci" "li" "fi" end instgroup
+render "root" "ci" "o"
+)";
+
 // Seconds on the clock, not of the processor.
 inline double seconds_of(const auto& work) {
     const auto start = std::chrono::steady_clock::now();

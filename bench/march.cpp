@@ -73,14 +73,8 @@ options "o" samples 0 0 trace depth 1 1 2 shadow on object space end options
     text += R"( end light
 instance "li" "l" transform 1 0 0 0  0 1 0 0  0 0 1 0  0 -2.5 0 1 end instance
 material "m" opaque "soft_material" ( "diffuse" .7 .7 .7 1 ) end material
-object "floor" visible on shadow on trace on
-    group -9 0 -9  9 0 -9  9 0 9  -9 0 9 v 0 v 1 v 2 v 3 p 0 1 2 3 end group
-end object
-instance "fi" "floor" material [ "m" ] end instance
-instgroup "root" "ci" "li" "fi" end instgroup
-render "root" "ci" "o"
 )";
-    return text;
+    return text + bench::kFloor;
 }
 
 float shade(trace::Frame& frame) {

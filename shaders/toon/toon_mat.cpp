@@ -138,12 +138,10 @@ miColor outline_color(miColor line, const zel_toon_mat_params* params) {
 
 void record(miColor* result, miState* state, const zel_toon_mat_params* params, miColor line,
             const miColor& light_sum, miInteger zone, miScalar transparency) {
-    zel_toon_record lines;
-    clear_record(&lines);
     if (params->light_tint != 0) zel_toon_tint_line(&line, &light_sum, params->light_tint);
-    lines.width = params->line_width;
-    lines.crease_on = lines.outline_on = 1;
-    lines.crease_color = lines.color_line_color = lines.zone_line_color = line;
+    zel_toon_record lines;
+    begin_record(&lines, params->line_width, line, transparency);
+    lines.color_line_color = lines.zone_line_color = line;
     lines.outline_color = outline_color(line, params);
     // A smooth highlight changes everywhere within its edge.
     const bool smooth = params->soft_highlight == 1 && params->smooth_edge == 1;
@@ -151,7 +149,6 @@ void record(miColor* result, miState* state, const zel_toon_mat_params* params, 
     lines.zone_lines_on = params->zone_lines;
     lines.zone = zone;
     copy_group(&lines, params->group, params->i_group, params->n_group);
-    lines.transparency = transparency;
     if (params->normal_scale != 1) state->normal = state->normal * params->normal_scale;
     zel_ct_set(state, result, &lines);
 }

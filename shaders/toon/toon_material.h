@@ -37,11 +37,15 @@ struct zel_toon_record {
 };
 static_assert(sizeof(zel_toon_record) == 896);
 
-// Begins a record: nothing on, no group. Nobody reads labels behind group_count, and clearing them
-// at every hit would show in the time of a frame.
-static inline void clear_record(zel_toon_record* record) {
+// Begins a record: outlines and creases of a colour, nothing else on, no group. Nobody reads labels
+// behind group_count, and clearing them at every hit would show in the time of a frame.
+static inline void begin_record(zel_toon_record* record, miScalar width, const miColor& line,
+                                miScalar transparency) {
     std::memset(record, 0, offsetof(zel_toon_record, group_labels));
-    record->transparency = 0;
+    record->width = width;
+    record->crease_on = record->outline_on = 1;
+    record->crease_color = record->outline_color = line;
+    record->transparency = transparency;
 }
 
 struct zel_toon_grouped {

@@ -66,16 +66,11 @@ void shade(miColor* result, miState* state, const soft_material_params& work,
 
 void record(miColor* result, miState* state, const zel_toon_si_mat_params* params,
             const miColor& light_sum, miScalar transparency) {
+    miColor line = params->line_color;
+    if (params->light_tint != 0) zel_toon_tint_line(&line, &light_sum, params->light_tint);
     zel_toon_record lines;
-    clear_record(&lines);
-    lines.width = params->line_width;
-    lines.crease_on = lines.outline_on = 1;
-    lines.crease_color = params->line_color;
-    if (params->light_tint != 0)
-        zel_toon_tint_line(&lines.crease_color, &light_sum, params->light_tint);
-    lines.outline_color = lines.crease_color;
+    begin_record(&lines, params->line_width, line, transparency);
     copy_group(&lines, params->group, params->i_group, params->n_group);
-    lines.transparency = transparency;
     if (params->normal_scale != 1) state->normal = state->normal * params->normal_scale;
     zel_ct_set(state, result, &lines);
 }

@@ -28,11 +28,7 @@ namespace {
 void record(miColor* result, miState* state, const zel_toon_wire_mat_params* params,
             miScalar transparency) {
     zel_toon_record lines;
-    clear_record(&lines);
-    lines.width = params->line_width;
-    lines.crease_on = lines.outline_on = 1;
-    lines.crease_color = lines.outline_color = params->line_color;
-    lines.transparency = transparency;
+    begin_record(&lines, params->line_width, params->line_color, transparency);
     zel_ct_set(state, result, &lines);
 }
 
