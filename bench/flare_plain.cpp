@@ -214,14 +214,14 @@ void draw_star(miColor* out, const FlareLight* light, miScalar X, miScalar Y) {
         const double p = std::abs(dx * s - dy * c);
         if (!(p < 5 * w)) continue;
         const double along = static_cast<double>(sine(std::abs(ax * c + ay * s)));
-        const double u = light->streak_frequency[i] * along + 1e-20;
+        const double u = light->streak_frequency[i] * along + double{1e-20f};
         const auto across = static_cast<miScalar>(std::exp(-(p / w) * (p / w)));
         for (const SpectralSample& at : kSpectrum) {
-            const double x = u / at.wavelength;
+            const auto x = static_cast<miScalar>(u / at.wavelength);
             const miScalar above = sine(x) * sine(102 * x);
-            const auto below = static_cast<miScalar>(100 * x * static_cast<double>(sine(1.02 * x)));
-            const double amplitude = static_cast<double>(above) / static_cast<double>(below);
-            const double value = amplitude * amplitude * static_cast<double>(across);
+            const miScalar below = 100 * x * sine(static_cast<miScalar>(1.02 * double{x}));
+            const double amplitude = double{above} / double{below};
+            const double value = double{static_cast<miScalar>(amplitude * amplitude) * across};
             out->r += static_cast<miScalar>(value * at.r);
             out->g += static_cast<miScalar>(value * at.g);
             out->b += static_cast<miScalar>(value * at.b);

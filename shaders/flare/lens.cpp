@@ -207,10 +207,10 @@ miBoolean setupFlareLight(const Orvane_Lens_params* params, int index, miTag lig
 
 // Finds the lights that flare. Without memory for them the lens shows none.
 void initLensInstance(const Orvane_Lens_params* params, LensInstance* instance, miState* state) {
-    constexpr int kMost = 0x7fffffff / static_cast<int>(sizeof(FlareLight));
-    if (params->n_light > 0 && params->n_light <= kMost)
+    *instance = {0, nullptr};
+    if (params->n_light > 0)
         instance->lights = static_cast<FlareLight*>(mi_mem_int_allocate(
-            "Orvane_Lens", __LINE__, params->n_light * static_cast<int>(sizeof(FlareLight))));
+            "Orvane_Lens", __LINE__, mi_mem_size(params->n_light, sizeof(FlareLight))));
     const miTag* light = params->light;
     light += params->i_light;
     for (int j = 0; instance->lights && j < params->n_light; ++j)

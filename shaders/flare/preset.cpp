@@ -117,10 +117,8 @@ int parsePrimitiveLine(const char* line, FlarePrimitive** records, int index) {
     if (read.type == PRESET_START)
         return v[0] <= 1.0f ? PRESET_LINE_START : PRESET_LINE_BAD_VERSION;
     if (index < 1) return PRESET_LINE_PRIMITIVE;
-    constexpr int kMost = 0x7fffffff / static_cast<int>(sizeof read);
-    if (index > kMost) return PRESET_LINE_NONE;
-    void* grown = mi_mem_int_reallocate("Orvane_Lens", __LINE__, *records,
-                                        index * static_cast<int>(sizeof read));
+    void* grown =
+        mi_mem_int_reallocate("Orvane_Lens", __LINE__, *records, mi_mem_size(index, sizeof read));
     if (!grown) return PRESET_LINE_NONE;
     *records = static_cast<FlarePrimitive*>(grown);
     (*records)[index - 1] = read;

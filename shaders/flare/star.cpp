@@ -8,7 +8,9 @@
 #include "flare/star.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
+#include <iterator>
 
 namespace {
 
@@ -28,26 +30,42 @@ int streaks(const Orvane_Light_params* params) {
     return std::clamp<int>(params->star_count, 0, kMostStreaks);
 }
 
-// Products near 1e-40 decide whether the centre of a streak, at u = 1e-20, is bright: they must
-// not be flushed to zero.
-double intensity(double u, double wavelength) {
-    const double x = u / wavelength;
-    const auto slit = static_cast<miScalar>(std::sin(x));
-    const auto grating = static_cast<miScalar>(std::sin(102 * x));
-    const auto between = static_cast<miScalar>(std::sin(1.02 * x));
-    const miScalar above = slit * grating;
-    const auto below = static_cast<miScalar>(100 * x * static_cast<double>(between));
-    const double amplitude = static_cast<double>(above) / static_cast<double>(below);
-    return amplitude * amplitude;
+using Spectrum = std::array<miScalar, std::size(kSpectrum)>;
+
+// Of single precision like their arguments. One operation for all wavelengths at a time keeps the
+// sines from waiting for each other.
+Spectrum sines(double scale, const Spectrum& x) {
+    Spectrum sine;
+    for (std::size_t i = 0; i < x.size(); ++i) {
+        const auto argument = static_cast<miScalar>(scale * double{x[i]});
+        sine[i] = static_cast<miScalar>(std::sin(double{argument}));
+    }
+    return sine;
 }
 
-void add_streak(miColor* out, double u, double strength) {
-    for (const SpectralSample& sample : kSpectrum) {
-        const double value = intensity(u, sample.wavelength) * strength;
+// Each product is of single precision, too. Those near 1e-40 decide whether the centre of a streak,
+// at u = 1e-20, is bright: they must not be flushed to zero.
+Spectrum intensities(double u) {
+    Spectrum x, intensity;
+    for (std::size_t i = 0; i < x.size(); ++i)
+        x[i] = static_cast<miScalar>(u / kSpectrum[i].wavelength);
+    const Spectrum slit = sines(1, x), grating = sines(102, x), between = sines(1.02, x);
+    for (std::size_t i = 0; i < x.size(); ++i) {
+        const miScalar above = slit[i] * grating[i], below = 100 * x[i] * between[i];
+        const double amplitude = double{above} / double{below};
+        intensity[i] = static_cast<miScalar>(amplitude * amplitude);
+    }
+    return intensity;
+}
+
+void add_streak(miColor* out, double u, miScalar strength) {
+    const Spectrum intensity = intensities(u);
+    for (std::size_t i = 0; i < intensity.size(); ++i) {
+        const miScalar value = intensity[i] * strength;
         if (!std::isfinite(value)) continue;  // u without bounds has no pattern
-        out->r += static_cast<miScalar>(value * sample.r);
-        out->g += static_cast<miScalar>(value * sample.g);
-        out->b += static_cast<miScalar>(value * sample.b);
+        out->r += static_cast<miScalar>(double{value} * kSpectrum[i].r);
+        out->g += static_cast<miScalar>(double{value} * kSpectrum[i].g);
+        out->b += static_cast<miScalar>(double{value} * kSpectrum[i].b);
     }
 }
 
@@ -99,9 +117,8 @@ void drawStar(miColor* out, const FlareLight* light, miScalar X, miScalar Y) {
         const double p = std::abs(dx * s - dy * c);
         if (!(p < 5 * w)) continue;
         const auto along = static_cast<miScalar>(std::sin(std::abs(ax * c + ay * s)));
-        const double u = light->streak_frequency[i] * static_cast<double>(along) + 1e-20;
-        const auto across = static_cast<miScalar>(std::exp(-(p / w) * (p / w)));
-        add_streak(out, u, static_cast<double>(across));
+        const double u = light->streak_frequency[i] * double{along} + double{kTiny};
+        add_streak(out, u, static_cast<miScalar>(std::exp(-(p / w) * (p / w))));
     }
 }
 }

@@ -7,6 +7,8 @@
 // operation may be called from any render thread with that thread's state.
 #pragma once
 
+#include <cstddef>
+
 #include "frame/queries.h"
 #include "frame/soft_material.h"
 #include "frame/state.h"
@@ -155,8 +157,15 @@ miScalar mi_spline(miScalar t, int n, const miScalar* ctl);
 
 // ---- Memory ----
 //
-// Zero-filled (also what a reallocation adds), tagged with the caller's source name and line;
-// NULL when there is no memory or size is not positive. Releasing NULL does nothing.
+// Zero-filled (also what a reallocation adds), tagged with the caller's source name and line.
+// NULL for a size of 0 and when there is no memory, which ends the render once the shader has
+// returned; a size below 0 stands for one that no int holds. Releasing NULL does nothing.
+
+// The bytes of count elements, as the allocators take them.
+static inline int mi_mem_size(long long count, std::size_t size) {
+    const long long bytes = count * static_cast<long long>(size);
+    return bytes <= 0x7fffffff ? static_cast<int>(bytes) : -1;
+}
 
 void* mi_mem_int_allocate(const char* file, int line, int size);
 void* mi_mem_int_reallocate(const char* file, int line, void* p, int size);
@@ -215,7 +224,7 @@ void mi_db_unpin(miTag tag);
 miBoolean soft_material(miColor* result, miState* state, void* params);
 
 // Indices of refraction of the medium that the ray comes through and of the one behind the
-// surface; also sets state->ior_in and state->ior to them.
+// surface. Rays that are refracted from here on, or go straight on, run in the latter.
 void mi_mtl_refraction_index(miState* state, void* params, miScalar* ior_in, miScalar* ior_out);
 
 miBoolean mi_mtl_is_casting_shadow(miState* state, void* params);
@@ -224,7 +233,7 @@ miBoolean mi_mtl_is_casting_shadow(miState* state, void* params);
 // normal and dot_nd usually point to.
 void mi_mtl_textures(miState* state, void* work, void* params, miVector* normal, miScalar* dot_nd);
 
-// Softens the highlight: exponent x (1 - static_blur)^2, at least 1.
+// Softens the highlight: exponent x (1 - static_blur)^2, at least 1. It never rises.
 void mi_mtl_static_blur(miState* state, void* work);
 
 // Ambient, diffuse and specular light; sets result, alpha included (1 - transparency).

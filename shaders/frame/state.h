@@ -118,18 +118,22 @@ struct miState {
     miUint sample_dimension;      // advanced by mi_sample
     miUint ray_number;            // rays traced from this state so far
     miInteger depth;              // rays from the eye to this one, lights and shadows included
+    miInteger reflections;        // of them, whatever shaders make of the levels
+    miInteger refractions;        // likewise; those that go straight on included
     miBoolean in_medium;          // the running shader is that of a medium, see mi_trace_reflection
     miTag lens;                   // miShaderList of the lens shader that takes the next eye ray
 
     // The ray.
-    miState* parent;   // the state whose shader traced this ray; NULL for eye rays
-    miInteger type;    // miRayType
-    const void* pri;   // geometry that the ray leaves, so as not to hit it again; NULL = none
-    miUint pri_index;  // the triangle of pri that the ray leaves; cleared along with pri
+    miState* parent;      // the state whose shader traced this ray; NULL for eye rays
+    miInteger type;       // miRayType
+    const void* pri;      // geometry that the ray leaves, so as not to hit it again; NULL = none
+    miScalar pri_offset;  // how far off the surface of pri a ray begins
+    miUint pri_index;     // the triangle of pri that the ray leaves; cleared along with pri
     miInteger reflection_level, refraction_level;
     miVector org, dir;        // dir has unit length
     double dist;              // length of the segment; 0 = nothing was hit
-    miScalar ior;             // index of refraction behind the surface; rays traced on inherit it
+    miScalar ior;             // index of refraction that rays inherit; at first that of ior_in
+    miScalar refraction_ior;  // the one that rays into the surface inherit; 0 = ior
     miScalar ior_in;          // index of refraction of the medium that the ray came through
     miTag volume;             // first miShaderList of the medium that the ray came through
     miTag refraction_volume;  // the same on the other side of the surface

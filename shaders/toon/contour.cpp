@@ -9,15 +9,14 @@
 namespace {
 
 constexpr char kTag[] = "zel_contour";
+constexpr miInteger kHandedDown = 4;  // user_size of the rays of a grid
 
 // Room for the array of all samples; a warning when there is none.
 template <class Element>
 bool allocate(const zel_ct_store* store, Element*& array, const char* name,
               std::size_t size = sizeof(Element)) {
-    array = nullptr;
-    if (size <= 0x7fffffff / static_cast<std::size_t>(store->count))
-        array = static_cast<Element*>(
-            mi_mem_int_allocate("zel_contour", __LINE__, store->count * static_cast<int>(size)));
+    array = static_cast<Element*>(
+        mi_mem_int_allocate("zel_contour", __LINE__, mi_mem_size(store->count, size)));
     if (!array) mi_warning("problem allocating %s\n", name);
     return array;
 }
@@ -126,7 +125,7 @@ void zel_ct_exit(zel_ct_store* s) {
 
 miBoolean zel_ct_sample(miColor* result, miState* state, void* params, zel_ct_store* store) {
     state->user = store;
-    state->user_size = 4;
+    state->user_size = kHandedDown;
     clear(store);
     store->current = store->centre;
     miColor seen = {0, 0, 0, 0};
@@ -139,8 +138,13 @@ miBoolean zel_ct_sample(miColor* result, miState* state, void* params, zel_ct_st
     return store->contour(result, state, params, store);
 }
 
+// User data of another shader may end before a store's tag would be reached: only what comes with
+// the size that zel_ct_sample hands down, with none, or with room for a store is looked into.
 miBoolean zel_ct_ray(miState* state) {
-    return state->user && static_cast<zel_ct_store*>(state->user)->tag == kTag;
+    const miInteger size = state->user_size;
+    const bool may_be_store =
+        size == kHandedDown || size == 0 || size >= static_cast<miInteger>(sizeof(zel_ct_store));
+    return state->user && may_be_store && static_cast<zel_ct_store*>(state->user)->tag == kTag;
 }
 
 miBoolean zel_ct_set(miState* state, miColor* color, void* user) {

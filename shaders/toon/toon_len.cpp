@@ -8,12 +8,14 @@
 //     then lines   between transparent and opaque, between shading zones, between colours
 //
 // in the colour that the nearest surface of the nine has for that kind of line. Its materials are
-// zel_toon_mat and its kin; what they do not cover has no lines.
+// zel_toon_mat and its kin; what they do not cover has no lines. Channels of a line that would not
+// be finite are 0.
 
 #include <algorithm>
 #include <cmath>
 
 #include "frame/color.h"
+#include "materials/finite.h"
 #include "toon/contour.h"
 #include "toon/lens_count.h"
 #include "toon/toon_lines.h"
@@ -225,6 +227,7 @@ miBoolean zel_toon_lens_contour(miColor* result, miState* state, void* lens, zel
         fade(&color, *result,
              zel_toon_depth_ramp(params->fade_near, params->fade_far, params->fade_color,
                                  static_cast<miScalar>(store->depth[kCentre])));
+    keep_finite(&color);
     *result = color;
     return miTRUE;
 }

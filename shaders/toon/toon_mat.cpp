@@ -6,8 +6,11 @@
 // without any cosine: a light makes a point lit or not, and a highlight where 1 minus its cosine
 // is at most highlight_size. Textures, shadows, reflection and refraction are those of the
 // outside material. On rays of the toon lens it records which lines may be drawn over it.
+//
+// Channels of the result that would not be finite are 0.
 
 #include "frame/color.h"
+#include "materials/finite.h"
 #include "toon/contour.h"
 #include "toon/toon_material.h"
 
@@ -175,6 +178,7 @@ miBoolean zel_toon_mat(miColor* result, miState* state, zel_toon_mat_params* par
     zel_toon_shade(result, state, &work, params, &light_sum, &zone);
     mi_mtl_reflection(result, state, &work);
     mi_mtl_refraction(result, state, &work, begun.ior_in, begun.ior_out);
+    keep_finite(result);
 
     // What is seen through a transparent surface would be recorded in its place.
     const bool seen =

@@ -2,8 +2,9 @@
 //
 // The model of the block chooses: 0 shows the diffuse colour as it is, 2 adds Phong highlights,
 // 3 Blinn highlights, any other value is Lambert alone. The lights of the second list give no
-// highlights.
+// highlights. Channels of the result that would not be finite are 0.
 
+#include "materials/finite.h"
 #include "toon/contour.h"
 #include "toon/toon_material.h"
 
@@ -88,6 +89,7 @@ miBoolean zel_toon_si_mat(miColor* result, miState* state, zel_toon_si_mat_param
     shade(result, state, work, params->material, &light_sum);
     mi_mtl_reflection(result, state, &work);
     mi_mtl_refraction(result, state, &work, begun.ior_in, begun.ior_out);
+    keep_finite(result);
     if (state->type == miRAY_EYE && zel_ct_ray(state))
         record(result, state, params, light_sum, work.transparency);
     return miTRUE;

@@ -1,6 +1,7 @@
 // zel_toon_wire_mat: the shading of the outside material, with outlines and with creases that may
-// follow the edges of polygons.
+// follow the edges of polygons. Channels of the result that would not be finite are 0.
 
+#include "materials/finite.h"
 #include "toon/contour.h"
 #include "toon/toon_material.h"
 
@@ -47,6 +48,7 @@ miBoolean zel_toon_wire_mat(miColor* result, miState* state, zel_toon_wire_mat_p
     mi_mtl_illumination(result, state, &work, &params->material, begun.ior_in, begun.ior_out);
     mi_mtl_reflection(result, state, &work);
     mi_mtl_refraction(result, state, &work, begun.ior_in, begun.ior_out);
+    keep_finite(result);
     if (state->type == miRAY_EYE && zel_ct_ray(state)) {
         state->normal = params->record_geometric == 1 ? normal_geom * params->normal_scale : normal;
         record(result, state, params, work.transparency);

@@ -9,12 +9,11 @@
 
 namespace {
 
-constexpr int kMostBytes = 0x7fffffff;  // of one allocation
-constexpr double kFaintest = 0.03;      // transparency of the fog at its end
+constexpr double kFaintest = 0.03;  // transparency of the fog at its end
 
 void* allocate(int count, std::size_t size) {
-    if (count < 1 || static_cast<std::size_t>(count) > kMostBytes / size) return nullptr;
-    return mi_mem_int_allocate("Orvane_Volume", __LINE__, count * static_cast<int>(size));
+    if (count < 1) return nullptr;
+    return mi_mem_int_allocate("Orvane_Volume", __LINE__, mi_mem_size(count, size));
 }
 
 void release(void* p) { mi_mem_int_release("Orvane_Volume", __LINE__, p); }
@@ -39,18 +38,16 @@ Texel** allocate_rows(int n) {
 }
 
 // base for which base^-length is k at the end of the fog.
-miScalar fog_base(const Orvane_Volume_params* params, double k) {
+miScalar base_for(const Orvane_Volume_params* params, double k) {
     return static_cast<miScalar>(
         std::exp(std::log(k) / static_cast<double>(params->fog_start - params->fog_end)));
 }
 
 // Room for one more record.
 VolumeLight* grow(VolumeShared* shared) {
-    constexpr int kMost = kMostBytes / static_cast<int>(sizeof(VolumeLight));
-    if (shared->light_count >= kMost) return nullptr;
     auto* lights = static_cast<VolumeLight*>(
         mi_mem_int_reallocate("Orvane_Volume", __LINE__, shared->lights,
-                              (shared->light_count + 1) * static_cast<int>(sizeof(VolumeLight))));
+                              mi_mem_size(shared->light_count + 1, sizeof(VolumeLight))));
     if (!lights) return nullptr;
     shared->lights = lights;
     lights[shared->light_count] = {};
@@ -163,6 +160,13 @@ bool add_light(VolumeShared* shared, miState* state, miTag instance) {
 
 }  // namespace
 
+miScalar fog_base(const Orvane_Volume_params* params) { return base_for(params, kFaintest); }
+
+// A floor below 0 counts as 0.
+miScalar march_fog_base(const Orvane_Volume_params* params) {
+    return base_for(params, params->fog_floor > 0 ? params->fog_floor : kFaintest);
+}
+
 void release_maps(VolumeLight* light) {
     release_rows(light->depth, light->map_resolution);
     release_rows(light->inten, light->map_resolution);
@@ -174,10 +178,8 @@ extern "C" {
 
 void qv_SetupLights(VolumeShared* shared, miState* state, const Orvane_Volume_params* params) {
     if (params->fog == miTRUE) {
-        shared->fog_base = fog_base(params, kFaintest);
-        // A floor below 0 counts as 0.
-        shared->march_fog_base =
-            fog_base(params, params->fog_floor > 0 ? params->fog_floor : kFaintest);
+        shared->fog_base = fog_base(params);
+        shared->march_fog_base = march_fog_base(params);
     }
     shared->lights = nullptr;
     shared->light_count = 0;

@@ -59,9 +59,8 @@ struct VolumeLight {
 // its initialisation; the atomic fields are those that others may look at meanwhile.
 struct VolumeShared {
     VolumeLight* lights;
-    VolumeLight* depth_light;  // whose depth map is traced
-    miScalar fog_base;         // transparency of fog over a length s: base^-s, outside the march
-    miScalar march_fog_base;   // and within
+    VolumeLight* depth_light;           // whose depth map is traced
+    miScalar fog_base, march_fog_base;  // of the block that the lights were taken from
     miInteger light_count;
     std::atomic<miInteger> depth_pass;    // 1 while a depth map is traced
     miInteger depth_row, depth_col;       // its texel
@@ -70,6 +69,12 @@ struct VolumeShared {
     miLock lock;                          // for building
 };
 static_assert(sizeof(std::atomic<miInteger>) == 4);
+
+// Transparency of a block's fog over a length s: base^-s, base being the first of these outside of
+// the march and the second within. Each ray asks its own block, in which connected parameters have
+// been evaluated.
+miScalar fog_base(const Orvane_Volume_params* params);
+miScalar march_fog_base(const Orvane_Volume_params* params);
 
 // Frees a light's maps, if it has any.
 void release_maps(VolumeLight* light);

@@ -13,8 +13,8 @@ namespace {
 
 constexpr double kPi = 3.141592653589793;
 constexpr double kTurn = 6.283185307179586;
-constexpr int kMostOctaves = 64;  // more of them change nothing that a float can hold
-constexpr double kBias = 0.05;    // scene units by which depths are short, against self-shadowing
+constexpr int kMostOctaves = 128;  // the frequency of the next is infinite: it adds nothing
+constexpr double kBias = 0.05;     // scene units by which depths are short, against self-shadowing
 
 miVector transformed(miVector p, const miMatrix m) {
     return {p.x * m[0] + p.y * m[4] + p.z * m[8] + m[12],
@@ -141,7 +141,7 @@ miBoolean catch_depth(VolumeShared* shared, const miState* state) {
 void convert_to_spheric_texel(const VolumeLight* light, miVector* dir, int* i, int* j) {
     constexpr miScalar kError = 4e-6f;
     const auto n = static_cast<miScalar>(light->map_resolution);
-    const miScalar sine = std::sqrt((1 - dir->y) * (1 + dir->y));
+    const miScalar sine = std::sqrt(std::max(0.0f, (1 - dir->y) * (1 + dir->y)));
     miScalar u = 1 - rough_turns(dir->x, dir->z), v = 1 - 2 * rough_turns(sine, dir->y);
     if (u > 1) u -= 1;
     const bool on_map = u > kError && u < 1 - kError && v >= 0 && v <= 1;
@@ -180,13 +180,13 @@ void qv_SetupPlanarDepthMap(VolumeLight* light, miState* state) {
 
 void qv_BuildPlanarIntenMap(VolumeLight* light, miState* state) {
     const miScalar inner = light->extent * std::tan(light->inner_angle);
-    for (int i = 0; i < light->map_resolution; ++i)
+    for (int i = 0; i < light->map_resolution && !mi_par_aborted(); ++i)
         for (int j = 0; j < light->map_resolution; ++j)
             light->inten[i][j] = planar_texel(light, state, i, j, inner);
 }
 
 void qv_BuildSphericIntenMap(VolumeLight* light, miState* state) {
-    for (int i = 0; i < light->map_resolution; ++i)
+    for (int i = 0; i < light->map_resolution && !mi_par_aborted(); ++i)
         for (int j = 0; j < light->map_resolution; ++j)
             light->inten[i][j] = spheric_texel(light, state, i, j);
 }

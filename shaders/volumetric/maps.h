@@ -17,7 +17,8 @@ extern "C" {
 // half_res are there.
 void qv_SetupPlanarDepthMap(VolumeLight* light, miState* state);
 
-// Fill every texel of the intensity map: the light's colour times slide, soft edge and noise.
+// Fill every texel of the intensity map: the light's colour times slide, soft edge and noise. An
+// abort leaves the rest of the map as it is.
 void qv_BuildPlanarIntenMap(VolumeLight* light, miState* state);
 void qv_BuildSphericIntenMap(VolumeLight* light, miState* state);
 
@@ -34,6 +35,7 @@ void qv_ConvertToPlanarMapProj(const VolumeLight* light, const miVector* point, 
 void qv_ConvertFromSphericMapProj(const VolumeLight* light, int i, int j, miVector* dir);
 
 // 0.5 plus layers of noise, each half as strong as the one before. The scale of the look-ups
-// accumulates: point x 1, 2, 8, 64, ... Without layers 0.5.
+// accumulates: point x 1, 2, 8, 64, ... Without layers 0.5. At most 128 are looked up, which is all
+// that a float can tell.
 miScalar qv_FractalNoise(const miVector* point, int octaves, miScalar amplitude);
 }

@@ -122,7 +122,8 @@ miState neutral(const miState* state) {
 }
 
 // Builds the light set unless it is there. miFALSE when the render ends meanwhile. The block as it
-// stands is asked, not one whose connected parameters were evaluated for this ray.
+// stands is asked, not one whose connected parameters were evaluated for this ray, so that the maps
+// are the same whichever ray came first.
 miBoolean make_ready(VolumeShared* shared, miState* state, const Orvane_Volume_params* params) {
     if (shared->setup_done) return miTRUE;
     mi_lock(shared->lock);
@@ -257,7 +258,7 @@ int steps(const March& march, miScalar* step) {
     return static_cast<int>(march.span / *step + 0.01);
 }
 
-// Of fog over a length, base being a fog base of VolumeShared. What is no number, as fog without
+// Of fog over a length, base being a fog base of the block. What is no number, as fog without
 // depth may give, counts as endless fog.
 miScalar transparency(const Orvane_Volume_params* params, miScalar base, miScalar length) {
     const double fading = std::pow(static_cast<double>(base), -static_cast<double>(length));
@@ -272,7 +273,7 @@ void add_stretch(const March& march, miColor* result) {
     miScalar step = 0;
     const int count = steps(march, &step);
     const bool fog = fog_is_on(params);
-    const miScalar clear = fog ? transparency(params, march.shared->march_fog_base, step) : 1;
+    const miScalar clear = fog ? transparency(params, march_fog_base(params), step) : 1;
     miColor before = {0, 0, 0, 0};
     for (int k = 1; k <= count; ++k) {
         // The last sample is on the border of the nearest volume, whatever rounding says.
@@ -294,7 +295,7 @@ void shade(March* march, miColor* result) {
     if (fog) march->travelled = path_before(state);
     const miScalar end = state->dist == 0 ? FLT_MAX : static_cast<miScalar>(state->dist);
     find_segments(march, end);
-    const miScalar base = march->shared->fog_base;
+    const miScalar base = fog ? fog_base(params) : 0;
     if (march->count == 0) {
         if (fog) qv_DepthFade(params, result, march->travelled, end, base);
         return;
@@ -413,7 +414,7 @@ void qv_InScatter(miColor* out, const RaySegment* segments, int count, const miV
 }
 
 // Lays fog over colour along a stretch that begins at start on the path from the camera, base being
-// a fog base of VolumeShared. Alpha stays. Fog whose end is its start is a wall.
+// a fog base of the block. Alpha stays. Fog whose end is its start is a wall.
 void qv_DepthFade(const Orvane_Volume_params* params, miColor* colour, miScalar start,
                   miScalar length, miScalar base) {
     const miScalar end = start + length;

@@ -1,6 +1,6 @@
 // The scripted renderer: the operations of the contract, answered from scripted::Host.
 
-#include "scripted/host.h"
+#include "scripted/script.h"
 
 #include <algorithm>
 #include <cmath>
@@ -14,6 +14,7 @@ namespace scripted {
 static Host* running = nullptr;
 
 Host& current() { return *running; }
+void set_current(Host* host) { running = host; }
 
 static int count_named(const auto& calls, std::string_view name) {
     return static_cast<int>(
@@ -67,33 +68,6 @@ miTag Host::add_light(const Light& light) {
     return add({miITEM_INSTANCE,
                 nullptr,
                 {{miQ_INST_ITEM, item}, {miQ_INST_LOCAL_TO_GLOBAL, pointer(to_world.data())}}});
-}
-
-Renderer::Renderer() {
-    running = &host;
-    camera.focal = camera.aperture = camera.aspect = 1;
-    camera.x_resolution = camera.y_resolution = 100;
-    options.trace = miTRUE;
-    options.shadow = miSHADOW_ON;
-    options.reflection_depth = options.refraction_depth = options.trace_depth = 8;
-    state.camera = &camera;
-    state.options = &options;
-    state.global_lock = &global_lock;
-    state.shader = &function;
-    state.dir = {0, 0, -1};
-    state.normal = state.normal_geom = {0, 0, 1};
-    state.dot_nd = -1;
-    state.dist = 1;
-    state.point = {0, 0, -1};
-}
-
-Renderer::~Renderer() { running = nullptr; }
-
-void Renderer::TearDown() {
-    for (const auto& [p, allocation] : host.allocations)
-        ADD_FAILURE() << "not released: " << allocation.size << " bytes of " << allocation.file;
-    EXPECT_TRUE(host.locks.empty()) << "locks not deleted: " << host.locks.size();
-    for (const auto& [tag, pins] : host.pinned) EXPECT_EQ(pins, 0) << "still pinned: " << tag;
 }
 
 }  // namespace scripted

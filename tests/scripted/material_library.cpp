@@ -1,7 +1,7 @@
 // The scripted material library: soft_material and its pieces, answered from
 // scripted::MaterialLibrary.
 
-#include "scripted/host.h"
+#include "scripted/script.h"
 
 using scripted::current;
 

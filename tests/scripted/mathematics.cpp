@@ -4,7 +4,7 @@
 #include <cmath>
 #include <cstdlib>
 
-#include "scripted/host.h"
+#include "scripted/script.h"
 
 using scripted::current;
 using scripted::Matrix;

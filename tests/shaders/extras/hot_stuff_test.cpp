@@ -45,6 +45,7 @@ class Flame : public scripted::Renderer {
 // The scripted spline is of straight lines: 0, color1 ... color4, color4 at 0, 0.2 ... 0.8, 1.
 TEST_F(Flame, RunsThroughItsColorsAndDiesAwayWithHeight) {
     EXPECT_THAT(burn(), IsColor(0.65f, 0.75f, 0, 1));
+    EXPECT_THAT(burn(0.5 - std::log(0.6)), IsColor(0.55f, 0.75f, 0.25f, 0.6f));
     EXPECT_THAT(burn(0.5 - std::log(0.4)), IsColor(0.45f, 0.25f, 0.25f, 0.4f));
     EXPECT_THAT(burn(0.5 - std::log(0.1)), IsColor(0.3f, 0.25f, 0.25f, 0.1f));
     params.height = 4, behind.a = 0.25f;

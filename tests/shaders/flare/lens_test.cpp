@@ -13,6 +13,7 @@ extern "C" {
 void Orvane_Lens_init(miState*, void*, miBoolean*);
 void Orvane_Lens_exit(miState*, void*);
 miBoolean Orvane_Lens(miColor*, miState*, void*);
+void initLensInstance(const void* params, void* instance, miState*);
 }
 
 namespace {
@@ -106,8 +107,8 @@ TEST_F(LensTest, BlendsByTheSettings) {
     params.flare_only = miTRUE, params.screen_blend = miFALSE;
     expect(1, 0.5f, 0.25f, cover);
     EXPECT_EQ(see(0.3f, 0.3f).a, 0);
-    params.flare_saturation = 0, params.flare_value = 0.5f;
-    expect(0.5f, 0.5f, 0.5f, 0.5f);
+    params.flare_saturation = params.flare_value = 0.5f;
+    expect(0.5f, 0.375f, 0.3125f, 0.40525f);
     params.flare_saturation = params.flare_value = 1;
     blocks[0].star_intensity = 0.5f;
     expect(0.5f, 0.25f, 0.125f, cover / 2);
@@ -205,6 +206,15 @@ TEST_F(LensTest, LivesWithoutMemoryOrLights) {
     }
     params.behind[0] = host.add_light({.shader = "other"});
     EXPECT_EQ(see(0, 0).r, 0);
+
+    // Memory need not come cleared.
+    struct {
+        miInteger count = 7;
+        void* lights = this;
+    } instance;
+    params.n_light = 0;
+    initLensInstance(&params, &instance, &state);
+    EXPECT_TRUE(instance.count == 0 && !instance.lights);
 }
 
 }  // namespace

@@ -1,5 +1,5 @@
 // Laws that hold for any preset: bursts are what their rays make of them, and no number in a
-// preset or a light's block and no byte of a carrier does harm.
+// preset or a light's block does harm.
 
 #include <gmock/gmock.h>
 
@@ -59,7 +59,7 @@ double slow_burst(const FlarePrimitive& burst, double X, double Y, double aspect
     const int count = static_cast<int>(wedges ? v[10] : v[9]);
     const int first = wedges ? 191 - count : static_cast<int>(v[10]);
     double best = 0;
-    for (int j = 0; j < first + count; ++j) {
+    for (int j = 0; j < std::min(first + count, 200); ++j) {
         const double angle = 2 * std::acos(-1.0) * mi_erandom(angles);
         const double longest = 0.1 + 0.9 * mi_erandom(lengths);
         if (j < first || distance > longest) continue;
@@ -82,8 +82,8 @@ TEST_F(FlarePropertyTest, BurstsAreTheSumOfTheirStrongestRays) {
             v[0] = 1, v[3] = uniform(-1, 1), v[4] = uniform(-4, 4), v[5] = uniform(-4, 4);
             v[6] = uniform(0.2, 1) * (below(4) ? 1.0f : -1.0f);
             v[7] = uniform(-0.01, 0.03), v[8] = v[7] + uniform(0.005, 0.05);
-            v[wedges ? 10 : 9] = uniform(0, 190.9);
-            v[wedges ? 9 : 10] = wedges ? uniform(-0.05, 0.1) : uniform(0, 200 - std::floor(v[9]));
+            v[wedges ? 10 : 9] = uniform(-9, 210);  // maybe beyond the table
+            v[wedges ? 9 : 10] = wedges ? uniform(-0.05, 0.1) : uniform(-20, 210);
             v[11] = 4, v[12] = uniform(1, 3);
         }
         light.x = uniform(-0.5, 0.5), light.y = uniform(-0.4, 0.4);
@@ -124,40 +124,6 @@ TEST_F(FlarePropertyTest, HostileNumbersDrawNumbers) {
         for (const miScalar c : {drawn.r, drawn.g, drawn.b, star.r, star.g, star.b})
             ASSERT_TRUE(std::isfinite(c)) << "round " << round;
     }
-}
-
-// Keywords and rubbish in any order; what is read is drawn, too.
-TEST_F(FlarePropertyTest, AnyCarrierIsReadSafely) {
-    const std::string keywords[] = {"CIRCLE", "CIRCLE_D", "NGON",        "NGON_D",
-                                    "SECTOR", "RAYS",     "FLARE_START", "FLARE_END"};
-    constexpr char kRubbish[] = "\n    117..e-inxa";  // and a zero
-    int read = 0;
-    for (int round = 0; round < 4000; ++round) {
-        std::string text = below(4) ? "FLARE_START 1\n" : "";
-        int most = 1;  // records; the odd pixel below may begin one more line
-        for (int i = below(301); i > 0; --i) {
-            const int what = below(16);
-            if (what == 0) text += "\n" + keywords[below(8)] + ' ', ++most;
-            if (what == 1) text += static_cast<char>(below(256));
-            if (what > 1) text += kRubbish[below(sizeof kRubbish)];
-            if (below(5001) == 0) text += std::string(1023, 'x');
-        }
-        scripted::Image image = {static_cast<int>(text.size()), 1, {}};
-        for (const char byte : text)
-            image.pixels.push_back({0, 0, 0, static_cast<unsigned char>(byte) / 255.0f});
-        if (!text.empty()) image.pixels[random() % text.size()].a = hostile(0, 1);
-        host.items.clear(), host.calls.clear(), host.messages.clear();
-        FlarePrimitive* records = nullptr;
-        const int count = parsePrimitivePic(host.add_image(&image), &records);
-        ASSERT_TRUE(count >= 0 && count <= most) << text;
-        params.flare_scale = params.flare_aspect = 1;
-        place(records, count, 0.5f);
-        draw(0.1f, 0.2f);
-        mi_mem_int_release("test", 0, records);
-        ASSERT_TRUE(host.allocations.empty() && host.messages.size() <= 1);
-        read += count;
-    }
-    EXPECT_GT(read, 5000);
 }
 
 }  // namespace

@@ -54,6 +54,27 @@ TEST_F(StarTest, FourStreaksAreACross) {
     EXPECT_NEAR(one.b, other.b, 1e-6);
 }
 
+// At the light what is left of products near 1e-40 shows; far along a fine pattern, how the sines'
+// arguments are rounded.
+TEST_F(StarTest, PatternIsOfSinglePrecision) {
+    const struct {
+        miScalar length;
+        double x;
+        miScalar r, g, b;
+    } cases[] = {{1, 0, 1, 1.0000017f, 1.0000014f},
+                 {1, 0.0123, 0.874312282f, 0.838427007f, 0.771055222f},
+                 {0.01f, 0.45, 6.25410507e-07f, 2.77067755e-08f, 4.10581116e-08f}};
+    params.star_count = 1;
+    for (const auto& c : cases) {
+        params.star_length = c.length;
+        build();
+        const miColor seen = at(c.x, 0);
+        EXPECT_FLOAT_EQ(seen.r, c.r) << c.x;
+        EXPECT_FLOAT_EQ(seen.g, c.g) << c.x;
+        EXPECT_FLOAT_EQ(seen.b, c.b) << c.x;
+    }
+}
+
 TEST_F(StarTest, TurnsAndStretches) {
     params.star_rotation = 45;
     build();

@@ -114,6 +114,12 @@ TEST_F(NoiseTest, PerturbedDirectionsHaveUnitLength) {
     EXPECT_EQ(dir.y, 0);
     EXPECT_FLOAT_EQ(dir.z, 3.5f / std::hypot(1.5f, 3.5f));
     EXPECT_TRUE(is_zero(zero));
+
+    // The sample is of single precision before anything is done with it: 0.3 - 1/2 is not -0.2.
+    host.random = [] { return 0.3; };
+    dir = {2e6f, 2e6f, 2e6f};
+    qv_PerturbVector(&state, &dir, 1e7);  // -1999999.88 is added
+    for (const miScalar x : {dir.x, dir.y, dir.z}) EXPECT_FLOAT_EQ(x, std::sqrt(1 / 3.0f));
 }
 
 }  // namespace

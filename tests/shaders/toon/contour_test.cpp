@@ -90,12 +90,22 @@ TEST_F(ContourTest, RecordsTheLatestHitOfItsOwnRays) {
     const std::string same_text = "zel_contour";
     zel_ct_store foreign = store;
     foreign.tag = same_text.c_str();
-    for (void* user : {static_cast<void*>(nullptr), static_cast<void*>(&foreign)}) {
-        state.user = user;
-        EXPECT_FALSE(zel_ct_ray(&state) || zel_ct_set(&state, &color, &record));
+    const auto small = std::make_unique<double>(1);  // what follows it is not to be read
+    const struct {
+        void* user;
+        int size;
+    } strangers[] = {{nullptr, 0},
+                     {nullptr, 4},
+                     {&foreign, 4},
+                     {&foreign, sizeof foreign},
+                     {small.get(), sizeof *small},
+                     {&store, -1}};
+    for (const auto& [user, size] : strangers) {
+        state.user = user, state.user_size = size;
+        EXPECT_FALSE(zel_ct_ray(&state) || zel_ct_set(&state, &color, &record)) << size;
     }
     EXPECT_EQ(foreign.flags, 0);
-    state.user = &store;
+    state.user = &store, state.user_size = 4;
     EXPECT_TRUE(zel_ct_ray(&state));
     store.current = 5;
     EXPECT_TRUE(zel_ct_set(&state, &color, &record));

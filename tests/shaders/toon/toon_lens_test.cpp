@@ -38,7 +38,7 @@ struct Seen {
         lines.width = 1, lines.zone = 1;
         lines.outline_on = lines.crease_on = lines.zone_lines_on = lines.color_lines_on = 1;
         lines.outline_color.r = lines.crease_color.g = lines.zone_line_color.b = 2;
-        lines.color_line_color = {2, 2, 0, 0};
+        lines.color_line_color = {2, 2, NAN, 0};  // drawn as 0
     }
     void group(miUint other) { lines.group_labels[lines.group_count++] = other; }
 };
@@ -80,7 +80,8 @@ class ToonLensTest : public LensFixture {
     std::string line() {
         const miColor c = look();
         if (c.r == 0.5f) return "none";
-        return c.b == 2 ? "zone" : c.g == 0 ? "outline" : c.r == 0 ? "crease" : "color";
+        if (c.b != 0) return c.b == 2 ? "zone" : "no number";
+        return c.g == 0 ? "outline" : c.r == 0 ? "crease" : "color";
     }
     int rays() const { return host.count("mi_trace_eye"); }
 

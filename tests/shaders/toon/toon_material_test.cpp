@@ -263,7 +263,7 @@ TEST_F(ToonMaterialTest, RecordsWhatIsNotSeenThrough) {
 
 TEST_F(ToonMaterialTest, StandsOnTheOutsideMaterial) {
     auto& library = host.materials;
-    library.reflection = {0.25f, 0, 0, 0}, library.refraction = {0, 0.125f, 0, 0};
+    library.reflection = {0.25f, 0, NAN, 0}, library.refraction = {0, 0.125f, 0, 0};
     library.illumination = {0, 0, 0, 0}, library.ior_in = 1.25f, library.ior_out = 1.5f;
     toon.material.transparency = si.material.transparency = 1;
     const struct {

@@ -31,11 +31,14 @@ class MarchTest : public VolumeTest {
         host.light_samples = [&](miState* at, miTag) {
             const miScalar t = -at->point.z, value = light(t);
             if (asked.empty() || asked.back() != t) asked.push_back(t);
-            return std::vector<scripted::LightSample>{{{0, 0, value, 0}, {}, 0}};
+            miColor color = {0, 0, 0, 0};
+            color.*channel = value;
+            return std::vector<scripted::LightSample>{{color, {}, 0}};
         };
         see(dist);
         return asked;
     }
+    miScalar miColor::*channel = &miColor::b;
 };
 
 TEST_F(MarchTest, SamplesFromTheFarEndInWholeSteps) {
@@ -86,7 +89,10 @@ TEST_F(MarchTest, RefinesWhereTheLightChanges) {
         const auto light = [&](miScalar t) {
             return t > 1.4f ? c.far : t > 0.9f ? c.middle : c.near;
         };
-        EXPECT_THAT(samples(2, light), Pointwise(FloatNear(1e-5f), c.expected)) << &c - cases;
+        for (const auto one : {&miColor::r, &miColor::g, &miColor::b}) {
+            channel = one;
+            EXPECT_THAT(samples(2, light), Pointwise(FloatNear(1e-5f), c.expected)) << &c - cases;
+        }
     }
 }
 
@@ -130,6 +136,13 @@ class FogTest : public MarchTest {
         params.fog = miTRUE;
         params.fog_start = start, params.fog_end = end, params.fog_floor = floor;
     }
+    // Lets all parameters be connected: the instance's own block has the lights that there are, and
+    // a fog that no ray is to see.
+    void connect() {
+        standing = params;
+        standing.fog_start = 50, standing.fog_end = 51, standing.fog_floor = 0.9f;
+        function.parameters = &standing, function.connected = connected;
+    }
     // Puts rays before this one.
     void go(miScalar first, miScalar second = 0) {
         before[0].dist = first, before[1].dist = second;
@@ -137,6 +150,8 @@ class FogTest : public MarchTest {
         state.parent = &before[0];
     }
     miState before[2] = {};
+    VolumeBlock standing;
+    unsigned char connected[sizeof standing / 4] = {1, 1, 1};
 };
 
 TEST_F(FogTest, CoversWhatLiesBehindIt) {
@@ -151,6 +166,7 @@ TEST_F(FogTest, CoversWhatLiesBehindIt) {
     };
     params.fog_color = {0, 1, 0.5f, 9};
     for (const auto& c : cases) {
+        if (&c - cases > 3) connect();
         go(c.before, c.before / 2);
         set_fog(2, 12, c.floor);
         const auto fading = static_cast<miScalar>(std::pow(0.03, c.share));
@@ -184,12 +200,14 @@ TEST_F(FogTest, DimsTheLightStepByStep) {
     params.step_length = 1;
     set_fog(9, 10, 0.5f);
     EXPECT_NEAR(see(3).r, 0.1 * (0.75 + 0.5625 + 0.421875), 1e-5);
+    connect();
     set_fog(10.5f, 11.5f, 0.5f);  // all but the last sample
     EXPECT_NEAR(see(3).r, 0.1 * (1 + 0.75 + 0.5625), 1e-5);
     set_fog(12.5f, 13.5f, 0.5f);  // only the refined one, which ends at 12.75
     EXPECT_NEAR(see(3).r, 0.1 * (1 + 1 + 0.75), 1e-5);
     params.n_light = 0;
     add_point({0, 0, -10}).color = {9e9f, 9e9f, 9e9f, 9};
+    connect();
     set_fog(16, 17);  // 1 of it in front of the light, which is clamped before
     EXPECT_NEAR(see(20).r, 0.03, 1e-6);
 }
