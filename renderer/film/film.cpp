@@ -22,6 +22,8 @@ constexpr int kMostLevel = 8;
 constexpr float kMostFilterWidth = 64;
 constexpr std::chrono::milliseconds kReportInterval{100};
 
+Rect frame_of(const Settings& settings) { return {0, 0, settings.width, settings.height}; }
+
 Rect window_of(const Settings& settings) {
     return {std::max(settings.window[0], 0), std::max(settings.window[1], 0),
             std::min(settings.window[2], settings.width - 1) + 1,
@@ -117,21 +119,24 @@ class Film {
           sample_(sample),
           stop_(stop),
           base_level_(std::max(settings.samples_min, 0)),
+          top_level_(std::max(settings.samples_max, 0)),
           kernel_(kernel_of(settings)),
-          pattern_(std::max(settings.samples_max, 0), settings.jitter),
-          samples_(window_of(settings), base_level_, !is_plain_mean(kernel_)),
+          pattern_(top_level_, settings.jitter),
+          finished_(pixels_in_reach()),
+          samples_(sampled_pixels(), base_level_, !is_plain_mean(kernel_)),
           tiles_(cut_into_tiles(samples_.window(), settings.tile_size, settings.threads)),
           reporter_(report, 1 + settings.samples_max - settings.samples_min),
           buffers_(make_buffers(settings)) {}
 
     FrameBuffers render() {
-        if (settings_.samples_min < 0) {
+        if (is_lattice()) {
             sample_lattice();
         } else {
             sample_pass(Wanted(pixels(), 1), base_level_);
             refine();
         }
         filter();
+        clear_margin();
         reporter_.tell_end();
         return std::move(buffers_);
     }
@@ -141,8 +146,34 @@ class Film {
         return samples_.index(samples_.window().x0, samples_.window().y1);
     }
 
+    bool is_lattice() const { return settings_.samples_min < 0; }
+    int spacing() const { return 1 << -settings_.samples_min; }
+
+    // The window has the pixels of the whole frame: samples are taken around it, too, where they
+    // matter. All that the filter reaches to and that is interpolated between must be as in the
+    // whole.
+    Rect pixels_in_reach() const {
+        const Rect frame = frame_of(settings_);
+        const bool plain = is_plain_mean(kernel_);
+        const Rect reached = grown(window_of(settings_), plain ? 0 : reach(kernel_.width),
+                                   plain ? 0 : reach(kernel_.height), frame);
+        return is_lattice() ? Lattice::blocks_at(reached, spacing(), frame) : reached;
+    }
+
+    // The pixels that must have got what a level asks for: each level decides by the neighbours
+    // that the one before has left.
+    Rect pixels_at(int level) const {
+        const int levels = top_level_ - level;
+        return grown(finished_, levels, levels, frame_of(settings_));
+    }
+
+    Rect sampled_pixels() const {
+        const Rect first = pixels_at(base_level_);
+        return is_lattice() ? Lattice::blocks_at(first, spacing(), frame_of(settings_)) : first;
+    }
+
     void sample_lattice() {
-        Lattice lattice(samples_.window(), 1 << -settings_.samples_min);
+        Lattice lattice(samples_.window(), spacing());
         const int finest = std::min(settings_.samples_max, 0);
         for (int level = settings_.samples_min; level <= finest && !halted_; ++level) {
             if (level > settings_.samples_min) lattice.split(samples_, settings_.contrast);
@@ -168,10 +199,11 @@ class Film {
     // The pixels of a level that are to be raised to the next one.
     Wanted pixels_to_refine(int level) const {
         Wanted wanted(pixels(), 0);
+        const Rect needed = pixels_at(level + 1);
         for_each_tile(tiles_, settings_.threads, [&](const Rect& tile, int) {
             for (int y = tile.y0; y < tile.y1; ++y)
                 for (int x = tile.x0; x < tile.x1; ++x)
-                    wanted[samples_.index(x, y)] = is_rough(x, y, level);
+                    wanted[samples_.index(x, y)] = needed.contains(x, y) && is_rough(x, y, level);
         });
         return wanted;
     }
@@ -269,7 +301,9 @@ class Film {
 
     void filter() {
         image::Image& image = *buffers_[miFB_COLOR];
-        for_each_tile(tiles_, settings_.threads, [&](const Rect& tile, int) {
+        const std::vector<Rect> tiles =
+            cut_into_tiles(window_of(settings_), settings_.tile_size, settings_.threads);
+        for_each_tile(tiles, settings_.threads, [&](const Rect& tile, int) {
             if (!is_plain_mean(kernel_)) {
                 filter_tile(samples_, pattern_, kernel_, tile, image);
                 return;
@@ -280,12 +314,22 @@ class Film {
         });
     }
 
+    // What was sampled around the window only.
+    void clear_margin() {
+        const Rect window = window_of(settings_), &sampled = samples_.window();
+        for (const auto& buffer : buffers_)
+            for (int y = sampled.y0; buffer && y < sampled.y1; ++y)
+                for (int x = sampled.x0; x < sampled.x1; ++x)
+                    if (!window.contains(x, y)) buffer->at(x, y) = {};
+    }
+
     const Settings& settings_;
     const SampleFunction& sample_;
     const StopFunction& stop_;
-    int base_level_;
+    int base_level_, top_level_;  // of samples in a pixel
     Kernel kernel_;
     Pattern pattern_;
+    Rect finished_;  // where pixels are as in the whole frame
     Samples samples_;
     std::vector<Rect> tiles_;
     Reporter reporter_;

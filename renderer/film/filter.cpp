@@ -34,9 +34,6 @@ struct Sum {
     }
 };
 
-// Pixels to each side that have samples within half the width of a pixel's middle.
-int reach(float width) { return std::max(0, static_cast<int>(std::ceil(width / 2 - 0.5f))); }
-
 // Adds one sample to all pixels of the tile that it is near to.
 class Spreader {
   public:
@@ -124,6 +121,9 @@ float natural_width(scene::Filter shape) {
     }
     return 1;
 }
+
+// Those with samples within half the width of a pixel's middle.
+int reach(float width) { return std::max(0, static_cast<int>(std::ceil(width / 2 - 0.5f))); }
 
 float weight(scene::Filter shape, float distance) {
     const float x = std::abs(distance);

@@ -17,6 +17,9 @@ struct Kernel {
 // Width in pixels that a filter has by nature.
 float natural_width(scene::Filter shape);
 
+// Pixels to each side of one that may have samples for a filter of this width.
+int reach(float width);
+
 // Weight of a sample at distance from the middle, as a fraction of half the width; 0 outside
 // -1 <= distance < 1. Not normalised.
 float weight(scene::Filter shape, float distance);

@@ -55,8 +55,16 @@ void fill_block(const Rect& block, Samples& samples, const Lattice::Copy& copy) 
 
 }  // namespace
 
-Lattice::Lattice(const Rect& window, int spacing) : spacing_(spacing) {
-    cut({window.x0, window.y0, window.x1 - 1, window.y1 - 1}, spacing, active_);
+Rect Lattice::blocks_at(const Rect& area, int spacing, const Rect& frame) {
+    const auto down = [=](int x) { return std::max(x - 1, 0) / spacing * spacing; };
+    const auto up = [=](int x, int end) {
+        return std::min((x / spacing + 1) * spacing, end - 1) + 1;
+    };
+    return {down(area.x0), down(area.y0), up(area.x1 - 1, frame.x1), up(area.y1 - 1, frame.y1)};
+}
+
+Lattice::Lattice(const Rect& part, int spacing) : spacing_(spacing) {
+    cut({part.x0, part.y0, part.x1 - 1, part.y1 - 1}, spacing, active_);
 }
 
 bool Lattice::mark_corners(const Samples& samples, std::vector<std::uint8_t>& wanted) const {

@@ -8,11 +8,16 @@
 
 namespace orvane::film {
 
-// Covers a window with square blocks whose corners are pixels and shared by neighbours. The
-// last column and row of pixels are corners too, so that the blocks there may be smaller.
+// Covers a part of a frame with square blocks whose corners are pixels and shared by neighbours:
+// those whose coordinates are multiples of the spacing. The frame's last column and row of pixels
+// are corners too, so that the blocks there may be smaller.
 class Lattice {
   public:
-    Lattice(const Rect& window, int spacing);
+    // The blocks that an area touches, corners included, as a part of the frame.
+    static Rect blocks_at(const Rect& area, int spacing, const Rect& frame);
+
+    // The part must be made of whole blocks.
+    Lattice(const Rect& part, int spacing);
 
     // Marks the corners of the blocks that split() left to be looked at, as far as they have no
     // samples. Returns whether there are any.

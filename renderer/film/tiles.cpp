@@ -21,6 +21,11 @@ int automatic_size(const Rect& area, int threads) {
 
 }  // namespace
 
+Rect grown(const Rect& rect, int columns, int rows, const Rect& bounds) {
+    return {std::max(rect.x0 - columns, bounds.x0), std::max(rect.y0 - rows, bounds.y0),
+            std::min(rect.x1 + columns, bounds.x1), std::min(rect.y1 + rows, bounds.y1)};
+}
+
 std::vector<Rect> cut_into_tiles(const Rect& area, int size, int threads) {
     std::vector<Rect> tiles;
     if (area.empty()) return tiles;

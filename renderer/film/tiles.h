@@ -13,7 +13,11 @@ struct Rect {
     int width() const { return x1 - x0; }
     int height() const { return y1 - y0; }
     bool empty() const { return x1 <= x0 || y1 <= y0; }
+    bool contains(int x, int y) const { return x >= x0 && x < x1 && y >= y0 && y < y1; }
 };
+
+// A rectangle with so many columns and rows more on each side, as far as the bounds have them.
+Rect grown(const Rect& rect, int columns, int rows, const Rect& bounds);
 
 // Cuts an area into tiles of size pixels square, row by row. A size of 0 gives tiles that are
 // small enough to occupy all threads.

@@ -131,18 +131,35 @@ TEST(Film, ThePictureDependsOnNeitherThreadsNorTiles) {
         }
 }
 
-TEST(Film, OnlyTheWindowIsRendered) {
-    for (const int low : {-2, 0}) {
-        Settings settings = frame(20, 10, low, 0);
-        settings.window = {3, 2, 9, 100};
-        settings.filter = Filter::Gauss;
-        const FrameBuffers buffers = render(settings, [](const SamplePlace&) { return grey(1); });
-        for (const auto& [x, y, value] :
-             {std::tuple(3, 2, 1), {9, 9, 1}, {2, 5, 0}, {10, 5, 0}, {5, 1, 0}})
-            EXPECT_EQ(color(buffers).at(x, y).r, value) << x << ' ' << y;
-        settings.window = {3, 3, 1, 1};
-        EXPECT_EQ(Counts(settings, busy).total, 0);
-    }
+// Windows within the frame, at its edges, of one pixel and of one row.
+TEST(Film, WindowsHaveThePixelsOfTheWhole) {
+    constexpr std::array<int, 4> kWindows[] = {
+        {11, 7, 30, 20}, {0, 0, 16, 16}, {16, 8, 42, 99}, {20, 5, 20, 5}, {3, 16, 40, 16}};
+    for (const Filter filter : kFilters)
+        for (const auto& [low, high] : {std::pair(-3, 1), {-2, -1}, {0, 0}, {0, 2}, {1, 2}}) {
+            Settings settings = frame(43, 31, low, high);
+            settings.filter = filter;
+            settings.motion = true;
+            const FrameBuffers whole = render(settings, busy);
+            for (const std::array<int, 4>& window : kWindows) {
+                settings.window = window;
+                const FrameBuffers part = render(settings, busy);
+                for (std::size_t i = 0; i < whole.size(); ++i)
+                    for (int y = 0; y < 31; ++y)
+                        for (int x = 0; x < 43; ++x) {
+                            const bool inside = x >= window[0] && x <= window[2] &&
+                                                y >= window[1] && y <= window[3];
+                            const miColor expected = inside ? whole[i]->at(x, y) : miColor{};
+                            ASSERT_EQ(0,
+                                      std::memcmp(&expected, &part[i]->at(x, y), sizeof expected))
+                                << "buffer " << i << " at " << x << ' ' << y << ", window from "
+                                << window[0] << ' ' << window[1] << ", samples " << low;
+                        }
+            }
+        }
+    Settings settings = frame(20, 10, 0, 0);
+    settings.window = {3, 3, 1, 1};
+    EXPECT_EQ(Counts(settings, busy).total, 0);
 }
 
 TEST(Film, ACoarseLatticeInterpolatesWhatIsSmooth) {
