@@ -109,6 +109,7 @@ void add_shaders(CLI::App& app, ShadersArguments& arguments, int& status) {
 }
 
 int tell(Level level, Exit status, const std::string& line, const std::string& details = {}) {
+    status_line("");
     message(level, line);
     if (!details.empty() && verbosity() >= static_cast<int>(level)) std::cerr << details << '\n';
     return static_cast<int>(status);
@@ -140,6 +141,8 @@ int run(int argc, char** argv) {
                     fault.details);
     } catch (const world::Fatal& fault) {
         return tell(Level::Fatal, Exit::Fatal, fault.what());
+    } catch (const world::OutOfMemory& fault) {
+        return tell(Level::Fatal, Exit::Memory, fault.what());
     } catch (const std::bad_alloc&) {
         return tell(Level::Fatal, Exit::Memory, "out of memory");
     } catch (const std::exception& fault) {

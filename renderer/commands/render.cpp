@@ -58,15 +58,22 @@ class Session {
   public:
     explicit Session(const RenderArguments& arguments)
         : arguments_(arguments),
-          texture_path_{fs::path(arguments.scene).parent_path(), "", program_folder()},
+          folders_{{fs::path(arguments.scene).parent_path(), "", program_folder()},
+                   includes(arguments)},
           libraries_(link_path(arguments)) {}
 
     void render(const scene::Scene& scene, const scene::RenderCommand& command);
 
     int frames() const { return frames_; }
+    const std::vector<fs::path>& include_path() const { return folders_.includes; }
     bool stopped() const { return world::render_aborted(); }
 
   private:
+    static std::vector<fs::path> includes(const RenderArguments& arguments) {
+        std::vector<fs::path> path = arguments.include_path;
+        path.push_back(program_folder());
+        return path;
+    }
     static std::vector<fs::path> link_path(const RenderArguments& arguments) {
         std::vector<fs::path> path = arguments.link_path;
         path.push_back(fs::path(arguments.scene).parent_path() / ".");
@@ -77,6 +84,7 @@ class Session {
     void link(const scene::Scene& scene);
     void check_outputs(const world::World& world) const;
     film::FrameBuffers shade(trace::Frame& frame, ProgressLine& progress) const;
+    void advise(const trace::Frame& frame, const film::FrameBuffers& buffers);
     void put_out(trace::Frame& frame, const film::FrameBuffers& buffers,
                  const scene::RenderCommand& command);
     void write(const world::World& world, const film::FrameBuffers& buffers,
@@ -84,7 +92,8 @@ class Session {
     std::string picture_name(const world::World& world) const;
 
     const RenderArguments& arguments_;
-    std::vector<fs::path> texture_path_;
+    world::Folders folders_;
+    std::set<std::string> advised_;
     plugin::Libraries libraries_;
     world::PictureCache pictures_;
     std::set<std::string> linked_;
@@ -187,12 +196,14 @@ void Session::render(const scene::Scene& scene, const scene::RenderCommand& comm
     ++frames_;
     link(scene);
     ProgressLine progress;
-    world::World world(scene, command, libraries_, pictures_, texture_path_,
+    world::World world(scene, command, libraries_, pictures_, folders_,
                        {arguments_.resolution, arguments_.samples, arguments_.window});
     check_outputs(world);
     trace::Frame frame(world);
     const film::FrameBuffers buffers = shade(frame, progress);
+    frame.render.check();
     progress.finish("frame " + std::to_string(frames_));
+    advise(frame, buffers);
     put_out(frame, buffers, command);
     for (const std::string& leak : frame.close()) {
 #ifndef NDEBUG
@@ -201,6 +212,17 @@ void Session::render(const scene::Scene& scene, const scene::RenderCommand& comm
         message(Level::Debug, "left allocated: " + leak);
 #endif
     }
+}
+
+bool is_black(const miColor& c) { return c.r == 0 && c.g == 0 && c.b == 0; }
+
+// Each thing once, however many frames it is true of.
+void Session::advise(const trace::Frame& frame, const film::FrameBuffers& buffers) {
+    if (stopped()) return;
+    const std::vector<miColor>& pixels = buffers[miFB_COLOR]->pixels();
+    for (const std::string& line :
+         trace::advice(frame, std::all_of(pixels.begin(), pixels.end(), is_black)))
+        if (advised_.insert(line).second) message(Level::Warning, line);
 }
 
 // Output shaders work on the buffers in the order in which files and shaders are listed.
@@ -279,8 +301,7 @@ int render(const RenderArguments& arguments) {
     const SignalHandlers handlers;
     Session session(arguments);
     scene::ParserSettings settings;
-    settings.include_path = arguments.include_path;
-    settings.include_path.push_back(program_folder());
+    settings.include_path = session.include_path();
     settings.verbosity_fixed = arguments.verbosity.has_value();
     settings.on_render = [&session](const scene::Scene& scene,
                                     const scene::RenderCommand& command) {

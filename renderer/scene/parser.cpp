@@ -4,6 +4,7 @@
 #include <map>
 
 #include "scene/commands.h"
+#include "scene/errors.h"
 #include "scene/reader.h"
 
 namespace orvane::scene {
@@ -27,6 +28,14 @@ Scene parse_file(const std::string& file, const ParserSettings& settings) {
     auto source = read_source(completed ? file + ".mi" : file, why);
     if (!source) throw Error(Exit::Input, "cannot read " + file + ": " + why);
     return parse(std::move(source), settings);
+}
+
+bool declares(const std::filesystem::path& file, const std::string& shader) {
+    try {
+        return parse_file(file.string(), {}).declarations.contains(shader);
+    } catch (const Error&) {
+        return false;
+    }
 }
 
 Scene parse_text(const std::string& text, const std::string& name,

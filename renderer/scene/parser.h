@@ -28,4 +28,7 @@ Scene parse_file(const std::string& file, const ParserSettings& settings);
 Scene parse_text(const std::string& text, const std::string& name,
                  const std::filesystem::path& directory, const ParserSettings& settings);
 
+// Whether a file declares a shader of this name; false for a file that cannot be read.
+bool declares(const std::filesystem::path& file, const std::string& shader);
+
 }  // namespace orvane::scene

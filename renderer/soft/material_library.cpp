@@ -89,12 +89,8 @@ static miScalar reflectivity_towards(const miState* state, const soft_material_p
 static bool see_reflected(miColor* seen, miState* state, bool environment_only) {
     miVector dir;
     mi_reflection_dir(&dir, state);
-    const miScalar behind = state->ior;
-    state->ior = state->ior_in;
-    const bool answered = (!environment_only && mi_trace_reflection(seen, state, &dir)) ||
-                          mi_trace_environment(seen, state, &dir);
-    state->ior = behind;
-    return answered;
+    return (!environment_only && mi_trace_reflection(seen, state, &dir)) ||
+           mi_trace_environment(seen, state, &dir);
 }
 
 // What lies behind the surface; under total internal reflection, what lies within. A ray that
@@ -105,13 +101,15 @@ static bool see_through(miColor* seen, miState* state, miScalar ior_in, miScalar
     const bool total = !straight && !mi_refraction_dir(&dir, state, ior_in, ior_out);
     if (total) mi_reflection_dir(&dir, state);
 
-    const miScalar behind = state->ior;
-    state->ior = total ? ior_in : ior_out;
+    const miScalar inside = state->ior, behind = state->refraction_ior;
+    state->ior = ior_in;
+    state->refraction_ior = ior_out;
     const bool answered = (straight ? mi_trace_transparent(seen, state)
                            : total  ? mi_trace_reflection(seen, state, &dir)
                                     : mi_trace_refraction(seen, state, &dir)) ||
                           mi_trace_environment(seen, state, &dir);
-    state->ior = behind;
+    state->ior = inside;
+    state->refraction_ior = behind;
     return answered;
 }
 
@@ -127,8 +125,7 @@ void mi_mtl_refraction_index(miState* state, void* params, miScalar* ior_in, miS
     const miScalar own = index_or_one(block_of(params)->ior);
     *ior_in = state->inside ? own : index_or_one(state->ior_in);
     *ior_out = state->inside ? index_around(state) : own;
-    state->ior_in = *ior_in;
-    state->ior = *ior_out;
+    state->refraction_ior = *ior_out;
 }
 
 miBoolean mi_mtl_is_casting_shadow(miState*, void* params) {
@@ -138,7 +135,9 @@ miBoolean mi_mtl_is_casting_shadow(miState*, void* params) {
 void mi_mtl_static_blur(miState*, void* work) {
     auto* material = static_cast<soft_material_params*>(work);
     const miScalar sharp = 1 - unit(material->static_blur);
-    material->exponent = std::max(1.0f, finite(material->exponent) * sharp * sharp);
+    // An exponent below 1 is wide enough.
+    if (sharp < 1 && !(material->exponent < 1))
+        material->exponent = std::max(1.0f, finite(material->exponent) * sharp * sharp);
 }
 
 // Colours and exponent are those of work, the light arrays those of params.
@@ -158,6 +157,7 @@ miBoolean mi_mtl_illumination(miColor* result, miState* state, void* work, void*
                lights_of(params, offsetof(soft_material_params, diffuse_light),
                          block->i_diffuse_light, block->n_diffuse_light),
                material, nullptr);
+    *result = finite(*result);
     return miTRUE;
 }
 
@@ -175,6 +175,7 @@ miBoolean mi_mtl_reflection(miColor* result, miState* state, void* work) {
     const miColor tint = tint_of(material->tint_reflection, material->specular);
     scale_rgb(result, 1 - k);
     add_weighted(result, k, seen, tint);
+    *result = finite(*result);
     return answered ? miTRUE : miFALSE;
 }
 
@@ -198,6 +199,7 @@ miBoolean mi_mtl_refraction(miColor* result, miState* state, void* work, double 
     if (!see_through(&seen, state, in, out)) return miFALSE;
     add_weighted(result, t, seen, tint_of(material->tint_transparency, material->diffuse));
     result->a += t * seen.a;
+    *result = finite(*result);
     return miTRUE;
 }
 
@@ -207,6 +209,7 @@ miBoolean mi_mtl_compute_shadow(miColor* result, void* work) {
     const miColor tint = tint_of(material->tint_transparency, material->diffuse);
     const miScalar t = unit(material->transparency);
     filter_rgb(result, t * tint.r, t * tint.g, t * tint.b);
+    *result = finite(*result);
 
     const miScalar most =
         std::max({std::fabs(result->r), std::fabs(result->g), std::fabs(result->b)});

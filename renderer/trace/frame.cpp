@@ -55,6 +55,7 @@ Frame::Frame(world::World& world)
     at_camera_ = world::initial_state(render);
     at_camera_.host = this;
     initialise();
+    render.check();
 }
 
 Frame::~Frame() {
@@ -121,6 +122,7 @@ Seen Frame::see(float x, float y, float time, std::uint64_t key, int thread) {
     state.sample_key = key;
     eye_ray(world, x, y, &state.org, &state.dir);
     state.point = state.org;
+    effort(&state).reset();
     Seen seen;
     try {
         mi_trace_eye(&seen.color, &state, &state.org, &state.dir);
@@ -144,10 +146,17 @@ Seen Frame::see(float x, float y, float time, std::uint64_t key, int thread) {
     return seen;
 }
 
+Frame::Efforts& Frame::efforts(const miState* state) {
+    auto& efforts = efforts_[static_cast<std::size_t>(state->thread)];
+    if (!efforts) efforts = std::make_unique<Efforts>();
+    return *efforts;
+}
+
 void Frame::run_output(const world::ListEntry* list) {
     miState state = this->state(0);
     miColor unused{};
     world::call(list, &unused, &state);
+    render.check();
 }
 
 }  // namespace orvane::trace

@@ -1,9 +1,14 @@
 // One frame: the world with its ray structures and the life of its shaders.
 #pragma once
 
+#include <array>
 #include <cstdint>
+#include <memory>
+#include <utility>
 
 #include "frame/host.h"
+#include "trace/advice.h"
+#include "trace/effort.h"
 #include "trace/rays.h"
 #include "world/render.h"
 
@@ -19,9 +24,17 @@ struct Seen {
 };
 
 class Frame {
+    // The counts of one thread: of the picture's rays, and of those that are apart from them.
+    struct Efforts {
+        std::array<Effort, 2> counts;
+        bool apart = false;
+        Effort& current() { return counts[apart]; }
+    };
+
   public:
     // Builds the ray structures and initialises all shaders. Throws world::Fatal when a shader
-    // calls mi_fatal; shaders that were initialised are not left behind.
+    // calls mi_fatal, world::OutOfMemory when it has no memory; shaders that were initialised are
+    // not left behind.
     explicit Frame(world::World& world);
     // Calls the exits of all shaders; afterwards what they left allocated is in leaks().
     ~Frame();
@@ -47,15 +60,38 @@ class Frame {
         return state;
     }
 
+    // The count of the rays that are traced for the eye ray that a state belongs to.
+    Effort& effort(const miState* state) { return efforts(state).current(); }
+
+    // While it lives, the rays of a thread are counted apart: those that build what shaders keep,
+    // such as depth maps, must leave no trace in the picture of the sample that came first.
+    class Apart {
+      public:
+        Apart(Frame& frame, const miState* state) : efforts_(frame.efforts(state)) {
+            before_ = std::exchange(efforts_.apart, true);
+            if (!before_) efforts_.current().reset();
+        }
+        ~Apart() { efforts_.apart = before_; }
+        Apart(const Apart&) = delete;
+        Apart& operator=(const Apart&) = delete;
+
+      private:
+        Efforts& efforts_;
+        bool before_;
+    };
+
     world::World& world;
     world::Render render;
     Structure structure;
+    Findings findings;
 
   private:
+    Efforts& efforts(const miState* state);
     void initialise();
     void init_state(miState* state, const world::Function& function);
 
     miState at_camera_{};
+    std::array<std::unique_ptr<Efforts>, world::kMaxThreads> efforts_;  // one a thread
     std::vector<world::Function*> initialised_;
     std::vector<world::ShaderClass*> classes_;
     bool closed_ = false;

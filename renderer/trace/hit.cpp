@@ -36,6 +36,21 @@ miVector point_to_world(miVector p, const Imath::M44f& m) {
     return p;
 }
 
+float largest(const miVector& v) { return std::max({std::abs(v.x), std::abs(v.y), std::abs(v.z)}); }
+
+// How far off a triangle rays begin. A point on it, and where a ray meets its plane, are rounded
+// by some parts in 2^24 of its corners' coordinates, of the way to its instance and, where it
+// moves, of the way along the ray.
+float offset_of(const miState* state, const Shape& shape, const std::array<miVector, 3>& p) {
+    float size = std::max(largest(state->point), 1e-4f);
+    const Imath::M44f& m = shape.instance->local_to_world;
+    for (const miVector& corner : p)
+        size = std::max(size, largest(shape.baked ? corner : point_to_world(corner, m)));
+    if (!shape.baked) size = std::max(size, largest({m[3][0], m[3][1], m[3][2]}));
+    if (shape.moves) size = std::max(size, static_cast<float>(state->dist));
+    return size * 0x1p-19f;
+}
+
 // The displacement of the hit point over the shutter interval.
 miVector motion_of(const Shape& shape, const std::array<std::uint32_t, 3>& corner, const Hit& hit) {
     miVector from = at_corners(shape.mesh->position, corner, hit.u, hit.v);
@@ -74,18 +89,17 @@ void set_normals(miState* state, const Shape& shape, const Hit& hit,
 
 }  // namespace
 
-float offset_from(const miVector& origin) {
-    return std::max({std::abs(origin.x), std::abs(origin.y), std::abs(origin.z), 1e-4f}) * 0x1p-16f;
+miVector off_surface(const miState* state, const miVector& point, const miVector& dir) {
+    if (!state->pri) return point;
+    const float cosine = dot(dir, state->normal_geom), steep = std::abs(cosine);
+    const float along = state->pri_offset / std::max(steep, 0.125f);
+    const float up = std::copysign(state->pri_offset - along * steep, cosine);
+    return point + dir * along + state->normal_geom * up;
 }
 
 Segment segment_from(const miState* state, const miVector& org, const miVector& dir, float far) {
-    return {org,
-            dir,
-            state->pri ? offset_from(org) : 0,
-            far,
-            state->time,
-            state->pri,
-            state->pri_index};
+    const miVector begin = off_surface(state, org, dir);
+    return {begin, dir, 0, far, state->time, dot(begin - org, dir), state->pri, state->pri_index};
 }
 
 const world::Material* fill_hit(miState* state, const Hit& hit) {
@@ -111,6 +125,7 @@ const world::Material* fill_hit(miState* state, const Hit& hit) {
         if (!shape.baked)
             state->point = point_to_world(state->point, shape.instance->local_to_world);
     }
+    state->pri_offset = offset_of(state, shape, p);
     state->motion = shape.displaced ? motion_of(shape, corner, hit) : miVector{};
     set_normals(state, shape, hit, p, corner);
     state->tex =
@@ -135,10 +150,18 @@ extern "C" {
 miBoolean mi_tex_coord(miState* state, int space, miVector* coord) {
     *coord = {};
     const auto* shape = static_cast<const Shape*>(state->pri);
-    if (!shape || space < 0 || static_cast<std::size_t>(space) >= shape->mesh->texture.size())
+    if (!shape || space < 0) return miFALSE;
+    const auto& spaces = shape->mesh->texture;
+    const auto index = static_cast<std::size_t>(space);
+    if (index >= spaces.size() || spaces[index].empty()) {
+        // Only a shader with a picture needs them; and light rays have the surface's hit.
+        const orvane::world::Function* shader = orvane::world::running(state);
+        if (state->type != miRAY_LIGHT && shader && shader->has_image)
+            shape->placement->note_missing_texture();
         return miFALSE;
-    *coord = at_corners(shape->mesh->texture[static_cast<std::size_t>(space)],
-                        shape->mesh->triangle[state->pri_index], state->bary[0], state->bary[1]);
+    }
+    *coord = at_corners(spaces[index], shape->mesh->triangle[state->pri_index], state->bary[0],
+                        state->bary[1]);
     return miTRUE;
 }
 

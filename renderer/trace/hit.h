@@ -10,11 +10,12 @@ namespace orvane::trace {
 // media, and where the ray may go on. Returns the material, null when the triangle has none.
 const world::Material* fill_hit(miState* state, const Hit& hit);
 
-// How far from its origin a ray that leaves a surface begins, so as not to meet the surface
-// again by rounding: 2^-16 of the largest coordinate.
-float offset_from(const miVector& origin);
+// A point of a state's surface moved off it, to the side that the unit vector dir leads to, so far
+// that rays do not meet the surface again by rounding; with pri NULL the bare point. It moves along
+// dir, and only for grazing directions, which would have to go far, also along the normal.
+miVector off_surface(const miState* state, const miVector& point, const miVector& dir);
 
-// A segment from a state's surface (or, with pri NULL, from the bare point).
+// A ray from org, a point of a state's surface, along dir.
 Segment segment_from(const miState* state, const miVector& org, const miVector& dir, float far);
 
 }  // namespace orvane::trace

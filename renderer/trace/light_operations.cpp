@@ -5,8 +5,8 @@
 #include <numbers>
 
 #include "numeric/sampling.h"
+#include "trace/cast.h"
 #include "trace/frame.h"
-#include "trace/spawn.h"
 
 namespace orvane::trace {
 namespace {

@@ -12,6 +12,8 @@
 namespace orvane::trace {
 namespace {
 
+constexpr float kFarthest = 1e18f;
+
 Imath::V3f position(const scene::Vec3& p) { return {p.x, p.y, p.z}; }
 
 void set_ray(const Segment& segment, RTCRay* ray) {
@@ -27,6 +29,16 @@ void set_ray(const Segment& segment, RTCRay* ray) {
     ray->mask = ~0u;
     ray->id = 0;
     ray->flags = 0;
+}
+
+// Whether Embree takes the ray: it wants numbers, and origins within its own limit of 1.8e18. What
+// is farther away meets nothing.
+bool is_sound(const Segment& segment) {
+    const auto within = [](const miVector& v, float most) {
+        return std::abs(v.x) < most && std::abs(v.y) < most && std::abs(v.z) < most;
+    };
+    return within(segment.org, kFarthest) && within(segment.dir, 2) && segment.near >= 0 &&
+           segment.near < segment.far;
 }
 
 void out_of_memory(void*, RTCError code, const char* text) {
@@ -188,7 +200,7 @@ void Structure::commit_sets(const world::World& world) {
 
 bool Structure::closest(Rays rays, const Segment& segment, Hit* hit) const {
     const RTCScene scene = this->scene(rays);
-    if (!scene) return false;
+    if (!scene || !is_sound(segment)) return false;
     RTCIntersectContext context;
     rtcInitIntersectContext(&context);
     RTCRayHit found;
@@ -202,7 +214,8 @@ bool Structure::closest(Rays rays, const Segment& segment, Hit* hit) const {
         const Shape& shape = shapes_[number];
         const bool left = &shape == segment.skip_shape && found.hit.primID == segment.skip_triangle;
         if (!left && (rays == Rays::Shadow || !culled(shape, found))) {
-            *hit = {&shape, found.hit.primID, found.ray.tfar, found.hit.u, found.hit.v};
+            *hit = {&shape, found.hit.primID, found.ray.tfar + segment.ahead, found.hit.u,
+                    found.hit.v};
             return true;
         }
         // Go on behind what is not there for this ray.
@@ -214,7 +227,7 @@ bool Structure::closest(Rays rays, const Segment& segment, Hit* hit) const {
 
 bool Structure::blocked(const Segment& segment) const {
     const RTCScene scene = this->scene(Rays::Shadow);
-    if (!scene) return false;
+    if (!scene || !is_sound(segment)) return false;
     RTCIntersectContext context;
     rtcInitIntersectContext(&context);
     RTCRay ray;

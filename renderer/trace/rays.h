@@ -20,7 +20,7 @@ enum class Rays { Eye, Secondary, Shadow };
 struct Hit {
     const struct Shape* shape = nullptr;
     unsigned triangle = 0;
-    float t = 0;         // distance along the ray
+    float t = 0;         // distance from the ray's origin
     float u = 0, v = 0;  // weights of the triangle's second and third corner
 };
 
@@ -42,6 +42,7 @@ struct Segment {
     miVector org, dir;
     float near, far;
     float time;
+    float ahead;             // of the ray's own origin along dir: hits are measured from there
     const void* skip_shape;  // with skip_triangle: the triangle that the ray leaves, or null
     unsigned skip_triangle;
 };

@@ -1,11 +1,17 @@
 // Shadows: what lies between a light and the point that it illuminates.
 
+#include <algorithm>
+#include <array>
 #include <cmath>
+#include <cstddef>
 #include <limits>
+#include <memory_resource>
+#include <utility>
+#include <vector>
 
+#include "trace/cast.h"
 #include "trace/frame.h"
 #include "trace/hit.h"
-#include "trace/spawn.h"
 
 namespace orvane::trace {
 namespace {
@@ -13,43 +19,71 @@ namespace {
 // A shadow ray ends this much of its length before the light, so that a light on a surface is
 // not shadowed by it.
 constexpr float kShort = 1 - 1e-5f;
-constexpr int kMostSurfaces = 200;  // of one shadow ray; more block it
+constexpr std::size_t kMostSurfaces = 200;  // of one shadow ray; more block it
 
 miBoolean block(miColor* result) {
     result->r = result->g = result->b = 0;
     return miFALSE;
 }
 
-// What a shadow shader leaves of the colour tells alone whether it blocks: some of the materials
-// answer miFALSE where they cast no shadow.
-bool is_black(const miColor& c) { return c.r < 1e-6f && c.g < 1e-6f && c.b < 1e-6f; }
+// What a shadow shader leaves of the color tells alone whether it blocks: some of the materials
+// answer miFALSE where they cast no shadow. Lights may be negative.
+bool is_black(const miColor& c) {
+    return std::abs(c.r) < 1e-6f && std::abs(c.g) < 1e-6f && std::abs(c.b) < 1e-6f;
+}
 
-// From the light, in order: every shadow shader sees the same ray at its own distance.
-miBoolean walk(miColor* result, miState* light) {
+// The shaders that say what passes where a ray has hit; null where it blocks.
+const world::ListEntry* shadow_shaders(const Hit& hit) {
+    miTag unused;
+    const world::Material* material = hit.shape->placement->material(hit.triangle, &unused);
+    return material && !material->blocks() ? material->shadow_list : nullptr;
+}
+
+// The segment from the illuminated point up to the light.
+Segment towards_light(const miState* light) {
+    const miVector begin = off_surface(light, light->point, -light->dir);
+    const miVector way = light->org - begin;
+    return {begin,      normalized(way), 0, length(way) * kShort, light->time, 0,
+            light->pri, light->pri_index};
+}
+
+// All surfaces between the point and the light, the nearest to the point first. False when one of
+// them blocks fully, or there are too many.
+bool find_casters(const miState* light, std::pmr::vector<Hit>* hits) {
     const Structure& structure = frame_of(light).structure;
-    const float whole = static_cast<float>(light->dist);
-    const float end = light->pri ? offset_from(light->point) : 0;
-    Segment segment = {light->org,  light->dir, whole * (1 - kShort), whole - end,
-                       light->time, light->pri, light->pri_index};
-    for (int surfaces = 0; surfaces < kMostSurfaces; ++surfaces) {
-        Hit hit;
-        if (!(segment.near < segment.far) || !structure.closest(Rays::Shadow, segment, &hit))
-            return miTRUE;
-        miState child = spawn(light, miRAY_SHADOW, light->org, light->dir);
-        const world::Material* material = fill_hit(&child, hit);
-        if (!material || material->blocks()) return block(result);
-        world::call(material->shadow_list, result, &child);
-        if (is_black(*result)) return block(result);
+    Segment segment = towards_light(light);
+    Hit hit;
+    while (segment.near < segment.far && structure.closest(Rays::Shadow, segment, &hit)) {
+        if (hits->size() == kMostSurfaces || !shadow_shaders(hit)) return false;
+        hits->push_back(hit);
         segment.near = std::nextafter(hit.t, std::numeric_limits<float>::infinity());
     }
-    return block(result);
+    return true;
+}
+
+// The ray is traced from the point, where it must be exact, and its surfaces are asked in order
+// from the light: every shadow shader sees the same ray at its own distance.
+miBoolean walk(miColor* result, miState* light) {
+    std::array<std::byte, 16 * sizeof(Hit)> room;
+    std::pmr::monotonic_buffer_resource memory(room.data(), room.size());
+    std::pmr::vector<Hit> hits(&memory);
+    if (!find_casters(light, &hits)) return block(result);
+    const auto whole = static_cast<float>(light->dist);
+    for (auto hit = hits.rbegin(); hit != hits.rend(); ++hit) {
+        hit->t = std::max(whole - hit->t, 0.0f);
+        miState child = spawn(light, miRAY_SHADOW, light->org, light->dir);
+        fill_hit(&child, *hit);
+        world::call(shadow_shaders(*hit), result, &child);
+        if (is_black(*result)) return block(result);
+    }
+    return miTRUE;
 }
 
 // Where a shadow ray of segments goes on after a surface.
 struct Link {
-    miVector light;  // the end of the ray
-    int surfaces;    // met so far
-    bool passed_on;  // the shadow shader has called mi_trace_shadow_seg
+    miVector light;        // the end of the ray
+    std::size_t surfaces;  // met so far
+    bool passed_on;        // the shadow shader has called mi_trace_shadow_seg
     miBoolean answer;
 };
 
@@ -107,15 +141,14 @@ miBoolean mi_trace_shadow(miColor* result, miState* state) {
     }
     if (!structure.casts()) return miTRUE;
     if (structure.asks_shaders()) return walk(result, state);
-    const Segment segment =
-        segment_from(state, state->point, -state->dir, static_cast<float>(state->dist) * kShort);
-    return structure.blocked(segment) ? block(result) : miTRUE;
+    return structure.blocked(towards_light(state)) ? block(result) : miTRUE;
 }
 
 miBoolean mi_trace_shadow_seg(miColor* result, miState* state) {
     auto* link = static_cast<Link*>(state->shadow_link);
     if (!link) return miTRUE;
-    link->passed_on = true;
+    // Of several shadow shaders at a surface the first one passes the ray on for all.
+    if (std::exchange(link->passed_on, true)) return link->answer;
     return link->answer = segment_towards_light(result, state, state->refraction_volume, *link);
 }
 }

@@ -33,18 +33,17 @@ std::vector<std::string> names_in(const scene::Table<T>& table) {
 
 // Walks the instance tree of a group. Throws Error (Exit::Scene) for names that lead nowhere
 // and for groups that contain themselves.
-std::vector<Leaf> flatten(const scene::Scene& scene, const std::string& root,
-                          const scene::Place& place);
+std::vector<Leaf> flatten(const scene::Scene& scene, const scene::RenderCommand& command);
 
 class Builder : public plugin::Resolver {
   public:
     Builder(World& world, const scene::Scene& scene, const plugin::Libraries& libraries,
-            PictureCache& pictures, const std::vector<std::filesystem::path>& texture_path)
+            PictureCache& pictures, const Folders& folders)
         : world_(world),
           scene_(scene),
           libraries_(libraries),
           pictures_(pictures),
-          texture_path_(texture_path) {}
+          folders_(folders) {}
 
     void build(const scene::RenderCommand& command, const Overrides& overrides);
 
@@ -74,12 +73,19 @@ class Builder : public plugin::Resolver {
     std::shared_ptr<const image::Image> picture(const scene::Texture& source);
 
     // functions.cpp
-    miTag function(const scene::ShaderCall& call, Stage stage, miTag light_instance = 0,
+    miTag function(const scene::ShaderCall& call, Use use, miTag light_instance = 0,
                    const Function* shared = nullptr);
-    miTag named(const std::string& name, const scene::Place& place, Stage stage,
+    miTag make_function(const scene::ShaderCall& call, Use use, miTag light_instance = 0,
+                        const Function* shared = nullptr);
+    bool has_image(const Function& function) const;
+    miTag named(const std::string& name, const scene::Place& place, Use use,
                 miTag light_instance = 0);
+    miTag make_named(const std::string& name, const scene::Place& place, Use use,
+                     miTag light_instance);
     ShaderClass& shader_class(const std::string& name, const scene::Place& place);
-    const ListEntry* list(const scene::ShaderList& calls, Stage stage, miTag light_instance = 0,
+    [[noreturn]] void fail_undeclared(const std::string& name, const scene::Place& place) const;
+    void warn_outside(const std::string& name, const scene::Place& place);
+    const ListEntry* list(const scene::ShaderList& calls, Use use, miTag light_instance = 0,
                           const Function* shared = nullptr);
     static miTag tag_of(const ListEntry* list) { return list ? list->tag : 0; }
 
@@ -87,7 +93,7 @@ class Builder : public plugin::Resolver {
     const scene::Scene& scene_;
     const plugin::Libraries& libraries_;
     PictureCache& pictures_;
-    const std::vector<std::filesystem::path>& texture_path_;
+    const Folders& folders_;
 
     std::map<std::string, std::vector<miTag>> instances_;  // by name, one a path
     std::vector<std::pair<Light*, miTag>> lights_;         // with their instances

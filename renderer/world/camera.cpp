@@ -93,13 +93,13 @@ void Builder::set_camera_shaders() {
     const scene::Camera& source = *world_.scene_camera_;
     const scene::Options& options = *world_.scene_options_;
     miCamera& camera = world_.camera_;
-    camera.environment = tag_of(list(source.environment, Stage::Medium));
-    if (options.volume) camera.volume = tag_of(list(source.volume, Stage::Medium));
-    if (options.lens) camera.lens = tag_of(list(source.lens, Stage::Lens));
+    camera.environment = tag_of(list(source.environment, Use::Environment));
+    if (options.volume) camera.volume = tag_of(list(source.volume, Use::Volume));
+    if (options.lens) camera.lens = tag_of(list(source.lens, Use::Lens));
     const ListEntry* first = nullptr;
     for (const scene::Output& output : source.outputs) {
         const bool shade = options.output && !output.shader.empty();
-        world_.output_shaders_.push_back(shade ? list(output.shader, Stage::Output) : nullptr);
+        world_.output_shaders_.push_back(shade ? list(output.shader, Use::Output) : nullptr);
         if (!first) first = world_.output_shaders_.back();
     }
     camera.output = tag_of(first);

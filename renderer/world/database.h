@@ -3,6 +3,7 @@
 
 #include <Imath/ImathMatrix.h>
 
+#include <atomic>
 #include <deque>
 #include <memory>
 #include <string>
@@ -26,9 +27,13 @@ struct ShaderClass {
     bool wants_instances = false;  // asked for instance-level init and exit
 };
 
+// What a shader is used as.
+enum class Use { Parameter, Texture, Light, Surface, Shadow, Environment, Volume, Lens, Output };
+
 // When an instance of a shader is initialised: each stage finds what it asks for initialised.
 enum class Stage { Texture, Light, Material, Medium, Lens, Output };
-constexpr int kStages = 6;
+
+Stage stage_of(Use use);
 
 // One instance of a shader.
 struct Function {
@@ -40,6 +45,7 @@ struct Function {
     miTag tag = 0;
     miTag light_instance = 0;  // of a light's shader
     Stage stage = Stage::Texture;
+    bool has_image = false;  // a parameter of it is a picture
 };
 
 // An entry of a shader list; the contract's record comes first, so that the item is the record.
@@ -64,6 +70,8 @@ struct Light {
 };
 
 struct Material {
+    std::string name;
+    scene::Place place;
     bool opaque = false;
     miTag shader = 0, shadow = 0, volume = 0, environment = 0;
     const ListEntry* surface = nullptr;
@@ -71,6 +79,22 @@ struct Material {
 
     // Blocks shadow rays fully, without asking a shader.
     bool blocks() const { return opaque || shadow_list == nullptr; }
+
+    // What a ray has seen of it; all threads tell it.
+    void note(const miColor& seen) const {
+        if (is_lit_.load(std::memory_order_relaxed)) return;
+        if (seen.r != 0 || seen.g != 0 || seen.b != 0)
+            is_lit_.store(true, std::memory_order_relaxed);
+        else if (met_.load(std::memory_order_relaxed) < kEnough)
+            met_.fetch_add(1, std::memory_order_relaxed);
+    }
+    // Black wherever so many rays have met it that it is so by nature.
+    bool was_black() const { return !is_lit_ && met_ >= kEnough; }
+
+  private:
+    static constexpr int kEnough = 64;
+    mutable std::atomic<int> met_ = 0;
+    mutable std::atomic<bool> is_lit_ = false;
 };
 
 struct Instance {

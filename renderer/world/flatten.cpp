@@ -88,10 +88,14 @@ class Walk {
 
 }  // namespace
 
-std::vector<Leaf> flatten(const scene::Scene& scene, const std::string& root,
-                          const scene::Place& place) {
+std::vector<Leaf> flatten(const scene::Scene& scene, const scene::RenderCommand& command) {
+    const std::string &root = command.root, &camera = command.camera;
+    if (!scene.groups.contains(root) && scene.groups.contains(camera))
+        throw error_at(command.place, Exit::Scene, "there is no instgroup \"" + root + "\"",
+                       "the group comes first: render \"" + camera + "\" \"" + root + "\" \"" +
+                           command.options + "\"");
     Walk walk(scene);
-    walk.group(root, place, Leaf{});
+    walk.group(root, command.place, Leaf{});
     return std::move(walk.leaves);
 }
 

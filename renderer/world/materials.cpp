@@ -17,16 +17,18 @@ miTag Builder::material(const std::string& name, const scene::Place& place) {
     const scene::Material& source = *found->second;
     Material& made = world_.materials_.emplace_back();
     const miTag tag = materials_[name] = world_.database_.add(miITEM_MATERIAL, &made);
+    made.name = name;
+    made.place = source.place;
     made.opaque = source.opaque;
-    made.surface = list(source.shader, Stage::Material);
+    made.surface = list(source.shader, Use::Surface);
     // shadow "x" ( ) shares the parameters of the material's first shader.
     const Function* first = made.surface ? made.surface->function : nullptr;
-    made.shadow_list = list(source.shadow, Stage::Material, 0, first);
+    made.shadow_list = list(source.shadow, Use::Shadow, 0, first);
     made.shader = tag_of(made.surface);
     made.shadow = tag_of(made.shadow_list);
     if (world_.scene_options_->volume)
-        made.volume = tag_of(list(source.volume, Stage::Medium, 0, first));
-    made.environment = tag_of(list(source.environment, Stage::Medium, 0, first));
+        made.volume = tag_of(list(source.volume, Use::Volume, 0, first));
+    made.environment = tag_of(list(source.environment, Use::Environment, 0, first));
     if (!source.displace.empty())
         message(Level::Warning,
                 to_string(source.place) + ": warning: displacement is not supported");
@@ -45,7 +47,7 @@ miTag Builder::texture(const std::string& name, const scene::Place& place) {
     if (!source.shader.empty()) {
         if (!resolving_.insert(name).second)
             throw error_at(place, Exit::Shader, "texture \"" + name + "\" looks itself up");
-        made.shader = list(source.shader, Stage::Texture);
+        made.shader = list(source.shader, Use::Texture);
         resolving_.erase(name);
     }
     if (!made.shader) made.image = picture(source);
@@ -58,7 +60,7 @@ std::filesystem::path Builder::find_picture(const scene::Texture& source) const 
     const std::filesystem::path file = source.file;
     std::vector<std::filesystem::path> folders = {
         std::filesystem::path(*source.place.file).parent_path()};
-    folders.insert(folders.end(), texture_path_.begin(), texture_path_.end());
+    folders.insert(folders.end(), folders_.textures.begin(), folders_.textures.end());
     std::string searched;
     for (auto folder = folders.begin(); folder != folders.end(); ++folder) {
         std::error_code ignored;

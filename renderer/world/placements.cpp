@@ -11,10 +11,11 @@ namespace {
 
 miVector to_vector(const scene::Vec3& v) { return {v.x, v.y, v.z}; }
 
-bool is_finite(const Imath::M44f& m) {
-    for (int i = 0; i < 16; ++i)
-        if (!std::isfinite(m.getValue()[i])) return false;
-    return true;
+// Of a matrix to the world, beyond which rays do not reach; NaN is beyond.
+bool is_within_reach(const Imath::M44f& m) {
+    constexpr float kFarthest = 1e18f;
+    return std::all_of(m.getValue(), m.getValue() + 16,
+                       [](float x) { return std::abs(x) < kFarthest; });
 }
 
 }  // namespace
@@ -44,9 +45,11 @@ void Builder::add_instance(const Leaf& leaf) {
         throw error_at(leaf.source->place, Exit::Scene,
                        "the transform of instance \"" + leaf.name + "\" has no inverse");
     }
-    if (!is_finite(instance.local_to_world))
+    if (!is_within_reach(instance.local_to_world) ||
+        !is_within_reach(instance.motion_local_to_world))
         throw error_at(leaf.source->place, Exit::Scene,
-                       "the transform of instance \"" + leaf.name + "\" has no inverse");
+                       "the transform of instance \"" + leaf.name +
+                           "\" leads beyond 1e18, farther than rays reach");
 
     Instance& stored = world_.instances_.emplace_back(instance);
     stored.tag = world_.database_.add(miITEM_INSTANCE, &stored);
@@ -89,7 +92,7 @@ void Builder::add_light(const scene::Light& source, Instance& instance) {
 
 void Builder::add_light_shaders() {
     for (const auto& [light, instance] : lights_)
-        light->shader = list(light->source->shader, Stage::Light, instance);
+        light->shader = list(light->source->shader, Use::Light, instance);
 }
 
 void Builder::add_placements() {

@@ -2,6 +2,7 @@
 
 #include "world/render.h"
 
+#include <cstddef>
 #include <cstring>
 #include <utility>
 #include <vector>
@@ -109,12 +110,15 @@ const ListEntry* list_of(miTag tag) {
     return the_render->world.database().get<ListEntry>(tag, miITEM_SHADER_LIST);
 }
 
+const Function* running(const miState* state) {
+    return static_cast<const Function*>(static_cast<const void*>(state->shader));
+}
+static_assert(offsetof(Function, record) == 0);
+
 void* evaluate_parameter(miState* state, void* parameter) {
-    const miFunction* record = state->shader;
-    if (!record || !record->connected) return parameter;
-    const Function* function =
-        static_cast<const Function*>(static_cast<const void*>(record));  // its first member
-    const auto* begin = static_cast<const std::byte*>(record->parameters);
+    const Function* function = running(state);
+    if (!function || !function->record.connected) return parameter;
+    const auto* begin = static_cast<const std::byte*>(function->record.parameters);
     const auto* at = static_cast<const std::byte*>(parameter);
     for (std::size_t i = 0; i < function->block.connected.size(); ++i) {
         const plugin::ConnectedField& field = function->block.connected[i];

@@ -8,6 +8,7 @@
 #include <exception>
 #include <memory>
 #include <mutex>
+#include <new>
 #include <string>
 #include <thread>
 #include <vector>
@@ -26,7 +27,15 @@ struct Fatal : std::exception {
     std::string text;
 };
 
-// The tagged allocator: knows every block that is out.
+// Thrown when a shader's allocation failed, whatever the shader made of it.
+struct OutOfMemory : std::bad_alloc {
+    OutOfMemory(const char* file, int line, int size);
+    const char* what() const noexcept override { return text.data(); }
+    std::array<char, 128> text;  // nothing that needs memory itself
+};
+
+// The tagged allocator: knows every block that is out. More than the machine's memory it does not
+// give, which the system might promise and then end the program over.
 class Allocator {
   public:
     ~Allocator() { release_all(); }
@@ -54,8 +63,10 @@ class Allocator {
 
     static void link(Shard& shard, Header* header);
     static void unlink(Shard& shard, Header* header);
+    bool reserve(std::size_t size);
 
     std::array<Shard, 16> shards_;
+    std::atomic<std::size_t> held_ = 0;  // bytes
 };
 
 class Render;
@@ -96,6 +107,10 @@ class Render {
     void end(std::exception_ptr why);
     bool ending() const { return ending_.load(std::memory_order_relaxed); }
     [[noreturn]] void throw_why();
+    // Throws why when the render is ending.
+    void check() {
+        if (ending()) throw_why();
+    }
 
     // Room for the values of connected parameters, one ring a thread: see mi_phen_eval.
     void* result_slot(int thread);
@@ -128,6 +143,9 @@ miBoolean call(const Function& function, void* result, miState* state);
 // Calls the entries of a list one after the other on the same result; returns what the last
 // one returned, miFALSE for an empty list.
 miBoolean call(const ListEntry* list, miColor* result, miState* state);
+
+// The running shader of a state, or null.
+const Function* running(const miState* state);
 
 // The value of a parameter of the running shader: see mi_phen_eval.
 void* evaluate_parameter(miState* state, void* parameter);

@@ -21,14 +21,19 @@ miVector by_transpose(const miVector& n, const Imath::M44f& m) {
             n.x * m[2][0] + n.y * m[2][1] + n.z * m[2][2]};
 }
 
+// A vector that its shader has just written one component at a time would be waited for.
+void copy(miVector* out, const miVector* in) {
+    if (out != in) *out = *in;
+}
+
 }  // namespace
 
 extern "C" {
 
-void mi_point_to_world(miState*, miVector* out, miVector* in) { *out = *in; }
-void mi_point_from_world(miState*, miVector* out, miVector* in) { *out = *in; }
-void mi_vector_to_world(miState*, miVector* out, miVector* in) { *out = *in; }
-void mi_vector_from_world(miState*, miVector* out, miVector* in) { *out = *in; }
+void mi_point_to_world(miState*, miVector* out, miVector* in) { copy(out, in); }
+void mi_point_from_world(miState*, miVector* out, miVector* in) { copy(out, in); }
+void mi_vector_to_world(miState*, miVector* out, miVector* in) { copy(out, in); }
+void mi_vector_from_world(miState*, miVector* out, miVector* in) { copy(out, in); }
 
 void mi_point_to_camera(miState*, miVector* out, miVector* in) {
     mi_point_transform(out, in, to_camera());

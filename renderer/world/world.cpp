@@ -9,8 +9,9 @@
 namespace orvane::world {
 
 void Builder::build(const scene::RenderCommand& command, const Overrides& overrides) {
+    world_.place_ = command.place;
     set_options(command, overrides);
-    for (const Leaf& leaf : flatten(scene_, command.root, command.place)) add_instance(leaf);
+    for (const Leaf& leaf : flatten(scene_, command)) add_instance(leaf);
     set_camera(command, overrides);
     add_placements();
     add_light_shaders();
@@ -18,9 +19,9 @@ void Builder::build(const scene::RenderCommand& command, const Overrides& overri
 }
 
 World::World(const scene::Scene& scene, const scene::RenderCommand& command,
-             const plugin::Libraries& libraries, PictureCache& pictures,
-             const std::vector<std::filesystem::path>& texture_path, const Overrides& overrides) {
-    Builder(*this, scene, libraries, pictures, texture_path).build(command, overrides);
+             const plugin::Libraries& libraries, PictureCache& pictures, const Folders& folders,
+             const Overrides& overrides) {
+    Builder(*this, scene, libraries, pictures, folders).build(command, overrides);
 }
 
 World::~World() = default;

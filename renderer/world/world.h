@@ -5,6 +5,7 @@
 #include <Imath/ImathMatrix.h>
 
 #include <array>
+#include <atomic>
 #include <filesystem>
 #include <map>
 #include <memory>
@@ -39,6 +40,21 @@ struct Placement {
 
     // The material of a triangle of the mesh; null when it has none.
     const Material* material(std::size_t triangle, miTag* tag) const;
+
+    // A shader has asked for texture coordinates that the mesh does not have. All threads tell it.
+    void note_missing_texture() const {
+        std::atomic_ref(lacks_texture_).store(true, std::memory_order_relaxed);
+    }
+    bool lacks_texture() const { return lacks_texture_; }
+
+  private:
+    mutable bool lacks_texture_ = false;
+};
+
+// Where files are looked for that a scene names, in order.
+struct Folders {
+    std::vector<std::filesystem::path> textures;  // after that of the text that names them
+    std::vector<std::filesystem::path> includes;  // with the declarations of shaders
 };
 
 // Pictures that were read, kept from frame to frame.
@@ -48,19 +64,22 @@ using PictureCache =
 // Immutable once built, but for the shaders' user pointers.
 class World {
   public:
-    // Resolves what a render command names. Textures are looked for beside the text that names
-    // them, then in the folders of texture_path. Throws Error at the place of the fault:
+    // Resolves what a render command names. Throws Error at the place of the fault:
     // Exit::Scene for names that lead nowhere and groups that contain themselves, Exit::Shader
     // for shaders, Exit::Input for pictures.
     World(const scene::Scene& scene, const scene::RenderCommand& command,
-          const plugin::Libraries& libraries, PictureCache& pictures,
-          const std::vector<std::filesystem::path>& texture_path, const Overrides& overrides);
+          const plugin::Libraries& libraries, PictureCache& pictures, const Folders& folders,
+          const Overrides& overrides);
     ~World();
     World(const World&) = delete;
     World& operator=(const World&) = delete;
 
     const Database& database() const { return database_; }
     const std::vector<Placement>& placements() const { return placements_; }
+    const std::deque<Material>& materials() const { return materials_; }
+    const scene::Place& place() const { return place_; }  // of the render command
+    // A parameter names an instance that is not in the group, which was told.
+    bool misses_instances() const { return misses_instances_; }
     const miCamera& camera() const { return camera_; }
     miOptions& options() { return options_; }
     const miOptions& options() const { return options_; }
@@ -75,6 +94,8 @@ class World {
   private:
     friend class Builder;
 
+    scene::Place place_;
+    bool misses_instances_ = false;
     Database database_;
     std::vector<Placement> placements_;
     miCamera camera_{};

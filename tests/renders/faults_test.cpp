@@ -43,7 +43,82 @@ struct SceneFault {
     const char* line;
 };
 
-// The elements begin in line 7 of the scene.
+TEST(Faults, AreMendedByTheirHints) {
+    const std::pair<const char*, const char*> kCases[] = {
+        {"options \"o\" end options instgroup \"q\" end instgroup render \"c\" \"q\" \"o\"",
+         "the group comes first: render \"q\" \"c\" \"o\""},
+        {"camera \"c\" lens \"Cylindric\" () end camera instance \"i\" \"c\" end instance options "
+         "\"o\" "
+         "end options instgroup \"q\" \"i\" end instgroup render \"q\" \"i\" \"o\"",
+         "$include \"orvane.mi\" declares it"},
+    };
+    for (const auto& [text, hint] : kCases)
+        EXPECT_THAT(Folder(text).render().errors, HasSubstr(hint)) << text;
+}
+
+// A scene of one pixel around some elements, which begin in its line 7: what is missing stands
+// behind them.
+Scene faulty(const std::string& text) {
+    Scene s;
+    s.camera = "resolution 1 1 ";
+    s.add(text);
+    if (text.find("object \"o\"") == text.npos)
+        s.add(
+            "object \"o\" visible group -9 -9 -2 9 -9 -2 0 9 -2 v 0 v 1 v 2 p 0 1 2 "
+            "end group end object");
+    if (text.find("material \"m\"") == text.npos) s.material("m", constant(1, 1, 1));
+    if (text.find("instgroup \"i\"") == text.npos)
+        s.add(
+            "instance \"x\" \"o\" material \"m\" end instance instgroup \"i\" \"x\" "
+            "end instgroup");
+    s.instance("in", "i");
+    return s;
+}
+
+// A picture that shows less than it was to tells why, once, in a line with its place.
+TEST(Advice, TellsWhyAPictureIsDark) {
+    const std::string lit = R"("soft_material" ("ambient" 0 0 0 1, "light" [)", end = "])";
+    struct {
+        std::string text, line, camera = "";
+    } const kCases[] = {
+        {"material \"m\" " + lit + end + " end material",
+         "warning: material \"m\" is black: \"light\" of its shader names no lights"},
+        {"light \"l\" \"soft_light\" () end light instance \"lamp\" \"l\" end instance material "
+         "\"m\" " +
+             lit + "\"lamp\"" + end + " end material",
+         "warning: instance \"lamp\" is in no group that is rendered: it has no effect"},
+        {"object \"o\" trace on group -9 -9 -2 9 -9 -2 0 9 -2 v 0 v 1 v 2 p 0 1 2 end group end "
+         "object",
+         "nothing that is rendered is visible"},
+        {"object \"o\" visible group -9 -9 2 9 -9 2 0 9 2 v 0 v 1 v 2 p 0 1 2 end group end object",
+         "all objects are behind the camera"},
+        {"object \"o\" visible group -9 -9 -2 9 -9 -2 0 9 -2 v 0 v 1 v 2 p 0 2 1 end group end "
+         "object "
+         "material \"m\" " +
+             constant(0, 0, 0) + " end material",
+         "the camera sees surfaces from behind only"},
+        {"color texture \"t\" [1 1] 'ffffff' material \"m\" \"soft_material\" (\"ambient\" 1 1 1 "
+         "1, "
+         "\"diffuse_map\" \"t\") end material",
+         "has no texture coordinates where its material asks for them"},
+        {R"(material "m" "zel_toon_mat" ("ambient" 1 1 1 1) end material)",
+         "a lens of this camera tells objects by their tags, and no object",
+         "lens \"zel_toon_lens\" ()"},
+    };
+    for (const auto& test : kCases) {
+        Scene s = faulty(test.text);
+        s.options = "scanline off";
+        s.camera += "resolution 9 9 " + test.camera;
+        const Folder folder(s);
+        const Outcome outcome = folder.render();
+        EXPECT_EQ(outcome.status, 0) << outcome.errors;
+        EXPECT_THAT(outcome.errors, HasSubstr(test.line)) << test.text;
+        EXPECT_THAT(outcome.errors, StartsWith("scene.mi:"));
+        EXPECT_EQ(std::count(outcome.errors.begin(), outcome.errors.end(), '\n'), 1)
+            << outcome.errors;
+    }
+}
+
 TEST(Faults, OfTheScene) {
     const SceneFault kFaults[] = {
         {"$include \"none.mi\"", 5, "scene.mi:7:"},
@@ -72,12 +147,23 @@ TEST(Faults, OfTheScene) {
          4, "texture \"t\" looks itself up"},
         {R"(material "m" "soft_material" ("light" ["none"]) end material)", 4, "scene.mi:7:"},
         {"material \"m\" \"probe_fatal_init\" () end material", 7, "trouble at the first init"},
+        {R"(material "m" "soft_constant" () environment "zel_toon_lens" () end material)", 4,
+         "scene.mi:7:45: error: shader \"zel_toon_lens\" cannot be used as an environment"},
+        {R"(material "m" "soft_constant" () volume "Orvane_Lens" () end material)", 4,
+         "shader \"Orvane_Lens\" cannot be used as a volume"},
+        {R"(shader "s" "soft_material" () material "m" = "s" environment = "s" end material)", 4,
+         "scene.mi:7:62: error: shader \"soft_material\" cannot be used as an environment"},
+        {R"(shader "s" "zel_sprite" () material "m" "soft_constant" ("color" = "s") end material)",
+         4, "shader \"zel_sprite\" cannot be used as the value of a parameter"},
         {"object \"o\" visible group 0 0 0 v 0\np \"m\" 0 0 1 end group end object", 3,
          "scene.mi:8:11: error: "},
         {"object \"o\" visible group 0 nan 0 v 0 p 0 0 0 end group end object", 3, "scene.mi:7:"},
         {"instance \"j\" \"o\" transform 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 1 end instance\n"
          "instgroup \"i\" \"j\" end instgroup",
          3, "scene.mi:7:10: error: "},
+        {"instance \"j\" \"o\" transform 1 0 0 0 0 1 0 0 0 0 1 0 2e18 0 0 1 end instance\n"
+         "instgroup \"i\" \"j\" end instgroup",
+         3, "scene.mi:7:10: error: the transform of instance \"j\" leads beyond 1e18"},
         {"instgroup \"i\" \"none\" end instgroup", 3, "scene.mi:7:15: error: "},
         {"instance \"j\" \"g\" end instance\ninstgroup \"g\" \"j\" end instgroup\n"
          "instgroup \"i\" \"j\" end instgroup",
@@ -93,27 +179,12 @@ TEST(Faults, OfTheScene) {
          "there is no camera instance \"camera\" in instgroup \"q\""},
     };
     for (const SceneFault& fault : kFaults) {
-        Scene s;
-        s.camera = "resolution 1 1";
-        s.add(fault.text);
-        const std::string& text = fault.text;
-        // What is missing stands behind it.
-        if (text.find("object \"o\"") == text.npos)
-            s.add(
-                "object \"o\" visible group -9 -9 -2 9 -9 -2 0 9 -2 v 0 v 1 v 2 p 0 1 2 "
-                "end group end object");
-        if (text.find("material \"m\"") == text.npos) s.material("m", constant(1, 1, 1));
-        if (text.find("instgroup \"i\"") == text.npos)
-            s.add(
-                "instance \"x\" \"o\" material \"m\" end instance instgroup \"i\" \"x\" "
-                "end instgroup");
-        s.instance("in", "i");
-        const Folder folder(s);
+        const Folder folder(faulty(fault.text));
         const Outcome outcome = folder.render();
         if (fault.status != 0) {
             expect_fault(folder, outcome, fault.status, fault.line);
         } else {
-            EXPECT_EQ(outcome.status, 0) << text;
+            EXPECT_EQ(outcome.status, 0) << fault.text;
         }
     }
 }

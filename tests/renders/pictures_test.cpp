@@ -134,10 +134,18 @@ TEST(Shadows, PassWhatTheOccluderSays) {
     const char* const kClear = R"("soft_material" ("transparency" .5, "diffuse" 1 .5 0 1,
         "tint_transparency" on) shadow "soft_material" ())";
     const char* const kOpaque = R"("soft_material" ())";
+    const char* const kTwice = R"("soft_material" () shadow
+        "soft_material" ("transparency" .5) "soft_material" ("transparency" .5))";
+    const char* const kNegative = R"("soft_light" ("color" -1 -1 -1))";
     const ShadowCase kCases[] = {
         {"on", kShadow, kClear, "shadow", {0.25, 0.0625, 0}},  // twice: in and out
         {"sort", kShadow, kClear, "shadow", {0.25, 0.0625, 0}},
         {"segments", kShadow, kClear, "shadow", {0.25, 0.0625, 0}},
+        {"sort", kShadow, kTwice, "shadow", {0.0625, 0.0625, 0.0625}},
+        {"segments", kShadow, kTwice, "shadow", {0.0625, 0.0625, 0.0625}},
+        {"on", kNegative, kClear, "shadow", {-0.25, -0.0625, 0}},
+        {"segments", kNegative, kClear, "shadow", {-0.25, -0.0625, 0}},
+        {"segments", kNegative, kOpaque, "shadow", {0, 0, 0}},
         {"off", kShadow, kClear, "shadow", {1, 1, 1}},
         {"on", kShadow, kClear, "visible trace", {1, 1, 1}},
         {"on", kShadow, kOpaque, "shadow", {0, 0, 0}},
@@ -170,6 +178,31 @@ TEST(Shadows, PassWhatTheOccluderSays) {
     for (std::size_t i = 0; i < pictures.size(); ++i)
         EXPECT_THAT(pictures[i].at(1, 1), Is(kCases[i].expected))
             << kCases[i].mode << ' ' << kCases[i].light << kCases[i].occluder;
+}
+
+// A large square, however it lies, does not shadow itself: not under light at a grazing angle, nor
+// where its triangles meet, nor when shadow shaders are asked.
+TEST(Shadows, OfASquareAreNotOnItself) {
+    const Xyz u = {36, 48, -80}, v = {-80, 60, 0}, n = {0.48, 0.64, 0.6};
+    std::vector<Scene> scenes;
+    for (const std::string mode : {"on", "sort", "segments"})
+        for (const double tangent : {0.0017, 0.1, 1.7}) {
+            Scene& s = scenes.emplace_back();
+            s.options = "shadow " + mode;
+            s.camera = "aperture 1 resolution 48 48";
+            std::ostringstream sun;
+            sun << "direction " << -u.x / 100 - tangent * n.x << ' ' << -u.y / 100 - tangent * n.y
+                << ' ' << -u.z / 100 - tangent * n.z;
+            s.light("lamp", R"("soft_light" ("shadow" on))", sun.str()).material("m", kWhite);
+            s.quad("q", "m", {22, -54, -20}, u, v);
+            // One that asks shaders, far aside.
+            if (mode != "on") {
+                s.material("g", R"("soft_material" () shadow "soft_material" ("transparency" 1))");
+                s.quad("far", "g", {900, 900, 900}, {1, 0, 0}, {0, 1, 0}, "shadow");
+            }
+        }
+    for (const Image& picture : render_all(scenes))
+        for (const miColor& c : picture.pixels()) EXPECT_TRUE(c.a == 0 || c.r > 0);
 }
 
 // ---- Surfaces ----

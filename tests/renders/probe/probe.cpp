@@ -39,7 +39,7 @@ extern "C" {
 
 // ---- What a material sees, as a colour ----
 
-enum See : miInteger { kObjectPoint, kPoint, kRay, kThread };
+enum See : miInteger { kObjectPoint, kPoint, kRay, kThread, kMedium };
 
 struct probe_see_params {
     miInteger what;  // See
@@ -51,6 +51,7 @@ miBoolean probe_see(miColor* result, miState* state, probe_see_params* params) {
     if (params->what == kObjectPoint) mi_point_to_object(state, &seen, &seen);
     if (params->what == kRay)
         seen = {scalar(count_parents(state)), scalar(state->type), scalar(state->dist)};
+    if (params->what == kMedium) seen = {state->ior_in, state->ior, 0};
     if (params->what == kThread) {
         // Products near 1e-40 must survive on every thread; none of them may do all.
         volatile float tiny = 1e-40f, small = 1e-20f;
@@ -338,6 +339,40 @@ miBoolean probe_searching_volume(miColor* result, miState* state, void*) {
 miBoolean probe_endless(miColor* result, miState* state, void*) {
     --state->refraction_level;
     if (!mi_trace_transparent(result, state)) *result = {1, 0, 0, 1};
+    return miTRUE;
+}
+
+// ---- What is no number, which pictures do not tell ----
+
+// Marks a colour with channels that are infinite or no number.
+static bool mark(miColor* c) {
+    const miScalar sum = 0 * c->r + 0 * c->g + 0 * c->b + 0 * c->a;
+    const bool is_nan =
+        std::isnan(c->r) || std::isnan(c->g) || std::isnan(c->b) || std::isnan(c->a);
+    if (is_nan || std::isnan(sum)) *c = {is_nan ? 2e20f : 1e20f, 0, 0, 1};
+    return std::isnan(sum);
+}
+
+// A colour of what no scene can say.
+miBoolean probe_no_number(miColor* result, miState*, const miScalar* sign) {
+    const miScalar x = *sign == 0 ? NAN : *sign * INFINITY;
+    *result = {x, -x, x, x};
+    return miTRUE;
+}
+
+miBoolean probe_numbers_lens(miColor* result, miState* state, void*) {
+    const miBoolean answer = mi_trace_eye(result, state, &state->org, &state->dir);
+    return mark(result) || answer;
+}
+
+miBoolean probe_numbers_output(void*, miState* state, void*) {
+    void* picture = state->options->frame_buffers[miFB_COLOR];
+    for (int y = 0; y < state->camera->y_resolution; ++y)
+        for (int x = 0; x < state->camera->x_resolution; ++x) {
+            miColor color;
+            mi_img_get_color(picture, &color, x, y);
+            if (mark(&color)) mi_img_put_color(picture, &color, x, y);
+        }
     return miTRUE;
 }
 
