@@ -1,0 +1,199 @@
+#!/usr/bin/env python3
+"""Tries to bring the command and the shaders down, and prints one line a check with its figures.
+
+    hard.py [--time SECONDS] [NAME...]
+
+SECONDS is what each fuzzer gets; other checks that choose at random take a part of it. The builds that are needed,
+sanitized and fuzzing ones among them, are made beside build/release. Exits with 1 when a check has found something;
+what it was is told behind its line, traces are left in out/hard."""
+import argparse
+import os
+import random
+import re
+import shutil
+import signal
+import subprocess
+import sys
+import time
+from pathlib import Path
+
+import OpenImageIO
+
+ROOT = Path(__file__).resolve().parents[2]
+OUT = ROOT / 'out' / 'hard'
+SCENES = [s for s in sorted(ROOT.glob('scenes/*.mi')) + sorted(ROOT.glob('scenes/docs/*.mi'))
+          if 'render "' in s.read_text()]
+SMALL = ['--resolution', 16, 12, '--samples', 0, 0]
+SHOWN = 12  # findings of a check that are told
+
+# Libraries that are not ours and that their reports lead to: the threads of OpenImageIO's picture formats.
+FOREIGN = {'TSAN_OPTIONS': 'called_from_lib:libOpenImageIO.so\nrace:libOpenImageIO.so\n',
+           'LSAN_OPTIONS': 'leak:libOpenImageIO.so\n'}
+
+
+def build(preset, *targets):
+    """The folder of a preset in which these targets are up to date."""
+    log = open(OUT / f'{preset}.log', 'w')
+    for step in (['cmake', '--preset', preset],
+                 ['cmake', '--build', f'build/{preset}', '--target', *targets]):
+        if subprocess.run(step, cwd=ROOT, stdout=log, stderr=log).returncode:
+            sys.exit(f'{preset} does not build: see {log.name}')
+    return ROOT / 'build' / preset
+
+
+def command(preset='release'):
+    return build(preset, 'orvane', 'orvane_shaders', 'presets') / 'orvane'
+
+
+def run(*arguments, timeout=600, environment={}):
+    return subprocess.run([str(a) for a in arguments], capture_output=True, text=True, errors='replace', cwd=OUT,
+                          timeout=timeout, env={**os.environ, **environment})
+
+
+def suppressions(variable):
+    file = OUT / f'{variable}.txt'
+    file.write_text(FOREIGN[variable])
+    return {variable: f'suppressions={file}:exitcode=99'}
+
+
+def pixels(file):
+    """A picture's rows from the top; None when it is not whole."""
+    picture = OpenImageIO.ImageInput.open(str(OUT / file))
+    return picture.read_image(OpenImageIO.FLOAT) if picture else None
+
+
+def in_scenes(orvane, *more, environment={}):
+    """What rendering each scene small says beside progress, where it does not succeed in silence."""
+    found = []
+    for scene in SCENES:
+        ran = run(orvane, 'render', scene, *SMALL, '-o', 'scene.png', *more, environment=environment)
+        said = re.sub(r'orvane: progress: .*\n', '', ran.stderr)
+        if ran.returncode or said:
+            found.append(f'{scene.name}: status {ran.returncode} {said}')
+    return f'{len(SCENES)} scenes', found
+
+
+# ---- Checks: each returns its figures, and what it found ----
+
+def scenes(seconds):
+    """Every scene is read and rendered without a word."""
+    return in_scenes(command(), '-j', 2)
+
+
+def threads(seconds):
+    """Every scene with eight threads under the thread sanitizer."""
+    return in_scenes(command('tsan'), '-j', 8, environment=suppressions('TSAN_OPTIONS'))
+
+
+def leaks(seconds):
+    """Every scene under the address, leak and undefined-behaviour sanitizers."""
+    return in_scenes(command('asan'), '-j', 2, environment=suppressions('LSAN_OPTIONS'))
+
+
+def bits(seconds):
+    """Pixels depend neither on threads, tiles and windows nor on what was rendered before."""
+    orvane, found, pictures = command(), [], 0
+    size = ['--resolution', 48, 36, '--samples', -1, 1]
+    for name in ('slide', 'toon', 'frosty', 'beams', 'flare', 'hot_stuff'):
+        scene = ROOT / 'scenes' / f'{name}.mi'
+
+        def rendered(*more):
+            ran = run(orvane, 'render', scene, *size, '-o', 'bits.exr', *more)
+            assert ran.returncode == 0, ran.stderr
+            return pixels('bits.exr')
+
+        whole = rendered('-j', 1)
+        for more in (['-j', 8], ['-j', 3, '--tile-size', 5], ['-j', 2, '--tile-size', 64]):
+            pictures += 1
+            if not (rendered(*more) == whole).all():
+                found.append(f'{name} {more}')
+        for x0, y0, x1, y1 in ((7, 5, 30, 20), (0, 0, 15, 35), (47, 35, 47, 35)):
+            pictures += 1
+            part = slice(35 - y1, 36 - y0), slice(x0, x1 + 1)
+            if not (rendered('-j', 2, '--window', x0, y0, x1, y1)[part] == whole[part]).all():
+                found.append(f'{name} window {x0} {y0} {x1} {y1}')
+    return f'{pictures} pictures', found
+
+
+def signals(seconds):
+    """Signals at random moments: what is there is whole, and they are heard within half a second."""
+    orvane, found, chance, slowest = command(), [], random.Random(1), 0
+    folder = OUT / 'signals'
+    shutil.rmtree(folder, ignore_errors=True)
+    folder.mkdir()
+    end, count = time.time() + max(seconds / 4, 20), 0
+    while time.time() < end:
+        count += 1
+        scene = ROOT / 'scenes' / chance.choice(['slide.mi', 'beams.mi', 'toon.mi', 'bg_pic.mi'])
+        number = chance.choice([signal.SIGINT, signal.SIGTERM, signal.SIGKILL])
+        child = subprocess.Popen([orvane, 'render', scene, '-o', folder / 'picture.png', '--resolution', '640', '360',
+                                  '-v', '0'], stderr=subprocess.PIPE)
+        time.sleep(chance.uniform(0, 2))
+        child.send_signal(number)
+        sent = time.time()
+        child.wait()
+        took = time.time() - sent
+        slowest = max(slowest, took)
+        expected = (0, -number) if number == signal.SIGKILL else (0, 128 + number, -number)
+        if child.returncode not in expected:
+            found.append(f'{scene.name}, signal {number}: status {child.returncode}')
+        if took > 0.5:
+            found.append(f'{scene.name}, signal {number}: heard after {took:.2f} s')
+        for file in folder.iterdir():
+            if file.suffix == '.part' and number != signal.SIGKILL:
+                found.append(f'{scene.name}, signal {number}: leaves {file.name}')
+            elif file.suffix == '.png' and pixels(file) is None:
+                found.append(f'{scene.name}, signal {number}: half a picture')
+    if list(folder.glob('*.part')) and run(orvane, 'render', SCENES[0], *SMALL, '-o', folder / 'picture.png'):
+        found += [f'still there: {file.name}' for file in folder.glob('*.part')]
+    return f'{count} signals, the slowest answer {slowest:.2f} s', found
+
+
+def fuzzed(reader, seeds, longest, seconds):
+    folder = build('fuzz', 'fuzzers')
+    corpus = OUT / f'corpus_{reader}'
+    corpus.mkdir(exist_ok=True)
+    (OUT / reader).mkdir(exist_ok=True)
+    ran = run(folder / f'{reader}_fuzz', corpus, *seeds, f'-dict={folder}/tests/{reader}.dict', '-timeout=5',
+              f'-max_total_time={seconds}', f'-max_len={longest}', f'-artifact_prefix={OUT}/{reader}/', '-verbosity=1',
+              timeout=seconds + 600)
+    runs = re.findall(r'Done (\d+) runs', ran.stderr)
+    kept = len(list(corpus.iterdir()))
+    found = [] if ran.returncode == 0 else [ran.stderr[-2000:]]
+    return f'{int(runs[-1]) if runs else 0:,} runs, {kept} inputs that differ', found
+
+
+def scene_reader(seconds):
+    """Random texts for the scene reader, from the scenes for people and its own keywords."""
+    return fuzzed('scene', [ROOT / 'scenes' / 'docs', ROOT / 'tests' / 'fuzz' / 'corpus' / 'scene'], 2048, seconds)
+
+
+def preset_reader(seconds):
+    """Random bytes for the readers of flare presets."""
+    return fuzzed('preset', [ROOT / 'scenes' / 'presets'], 256, seconds)
+
+
+CHECKS = [scenes, bits, signals, threads, leaks, scene_reader, preset_reader]
+
+
+def main():
+    parser = argparse.ArgumentParser(description=__doc__.split('\n')[0])
+    parser.add_argument('--time', type=int, default=60, help='seconds for each fuzzer (default: 60)')
+    parser.add_argument('names', nargs='*', help='checks: ' + ', '.join(check.__name__ for check in CHECKS))
+    args = parser.parse_args()
+    OUT.mkdir(parents=True, exist_ok=True)
+    failed = False
+    for check in CHECKS:
+        if args.names and check.__name__ not in args.names:
+            continue
+        begin = time.time()
+        figures, found = check(args.time)
+        failed = failed or bool(found)
+        print(f'{check.__name__}: {len(found)} findings, {figures}, {time.time() - begin:.0f} s', flush=True)
+        for text in found[:SHOWN]:
+            print('    ' + text.replace('\n', '\n    '))
+    sys.exit(failed)
+
+
+if __name__ == '__main__':
+    main()
