@@ -1,14 +1,27 @@
 # make demo   installs what is missing, builds, renders the show picture, says where it is
 # make test   installs what is missing, builds, runs all tests
+# make hard   installs more, tries to bring it down; TIME=600 gives each check at random 600 s
 # make gallery renders every scene and makes a page of them; WIDTH=1280 makes pictures up to 1280 wide
 # make format brings all sources into the house's format
 
 BUILD := build/release
 WIDTH := 640
+TIME := 60
 SUDO := $(shell [ "$$(id -u)" = 0 ] || echo sudo)
 SOURCES = $(shell git ls-files '*.cpp' '*.h')
 
-.PHONY: demo gallery test build configure packages format check-format clean
+# Installs the packages of the lines of packages.txt for which a condition holds.
+define install
+@missing=$$(for p in $$(awk '$(1) { print $$1 }' packages.txt); do \
+  dpkg-query -W -f '$${Status}' $$p 2>/dev/null | grep -q 'ok installed' || echo $$p; done); \
+if [ -n "$$missing" ]; then \
+  echo "installing" $$missing; \
+  $(SUDO) apt-get update -q && \
+  $(SUDO) env DEBIAN_FRONTEND=noninteractive apt-get install -y -q --no-install-recommends $$missing; \
+fi
+endef
+
+.PHONY: demo gallery test hard hard-short build configure packages hard-packages format check-format clean
 
 demo: configure
 	cmake --build $(BUILD) --target orvane orvane_shaders presets
@@ -23,21 +36,25 @@ gallery: configure
 test: build
 	ctest --test-dir $(BUILD) --output-on-failure --parallel 2
 
+hard: hard-packages
+	python3 tests/hard/hard.py --time $(TIME)
+
+hard-short: hard-packages
+	python3 tests/hard/hard.py --short
+
 build: configure
 	cmake --build $(BUILD)
 
 configure: packages
 	cmake --preset release
 
-# Packages of Debian 12; nothing is asked of the system when all are there.
+# Packages of Debian 12; nothing is asked of the system when all are there. Those with the word
+# "hard" behind them are for make hard alone.
 packages:
-	@missing=$$(for p in $$(cat packages.txt); do \
-	  dpkg-query -W -f '$${Status}' $$p 2>/dev/null | grep -q 'ok installed' || echo $$p; done); \
-	if [ -n "$$missing" ]; then \
-	  echo "installing" $$missing; \
-	  $(SUDO) apt-get update -q && \
-	  $(SUDO) env DEBIAN_FRONTEND=noninteractive apt-get install -y -q --no-install-recommends $$missing; \
-	fi
+	$(call install,NF == 1)
+
+hard-packages:
+	$(call install,NF > 0)
 
 format:
 	clang-format -i $(SOURCES)

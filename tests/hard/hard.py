@@ -1,11 +1,12 @@
 #!/usr/bin/env python3
 """Tries to bring the command and the shaders down, and prints one line a check with its figures.
 
-    hard.py [--time SECONDS] [NAME...]
+    hard.py [--time SECONDS | --short] [NAME...]
 
-SECONDS is what each fuzzer gets; other checks that choose at random take a part of it. The builds that are needed,
-sanitized and fuzzing ones among them, are made beside build/release. Exits with 1 when a check has found something;
-what it was is told behind its line, traces are left in out/hard."""
+SECONDS is what each check that chooses at random gets. The builds that are needed, sanitized and fuzzing ones among
+them, are made beside build/release. The short form takes few scenes and leaves the thread sanitizer and other
+compilers out. Exits with 1 when a check has found something; what it was is told behind its line, traces are left in
+out/hard."""
 import argparse
 import os
 import random
@@ -21,10 +22,12 @@ import OpenImageIO
 
 ROOT = Path(__file__).resolve().parents[2]
 OUT = ROOT / 'out' / 'hard'
+FEW = ('slide', 'beam_minimal', 'toon', 'flare', 'frosty', 'hot_stuff')  # in the short form, one a family
 SCENES = [s for s in sorted(ROOT.glob('scenes/*.mi')) + sorted(ROOT.glob('scenes/docs/*.mi'))
           if 'render "' in s.read_text()]
 SMALL = ['--resolution', 16, 12, '--samples', 0, 0]
 SHOWN = 12  # findings of a check that are told
+LATE = 0.5  # seconds after which a signal should have been heard
 
 # Libraries that are not ours and that their reports lead to: the threads of OpenImageIO's picture formats.
 FOREIGN = {'TSAN_OPTIONS': 'called_from_lib:libOpenImageIO.so\nrace:libOpenImageIO.so\n',
@@ -121,7 +124,7 @@ def signals(seconds):
     folder = OUT / 'signals'
     shutil.rmtree(folder, ignore_errors=True)
     folder.mkdir()
-    end, count = time.time() + max(seconds / 4, 20), 0
+    end, count = time.time() + seconds, 0
     while time.time() < end:
         count += 1
         scene = ROOT / 'scenes' / chance.choice(['slide.mi', 'beams.mi', 'toon.mi', 'bg_pic.mi'])
@@ -137,7 +140,7 @@ def signals(seconds):
         expected = (0, -number) if number == signal.SIGKILL else (0, 128 + number, -number)
         if child.returncode not in expected:
             found.append(f'{scene.name}, signal {number}: status {child.returncode}')
-        if took > 0.5:
+        if took > LATE:
             found.append(f'{scene.name}, signal {number}: heard after {took:.2f} s')
         for file in folder.iterdir():
             if file.suffix == '.part' and number != signal.SIGKILL:
@@ -154,7 +157,7 @@ def fuzzed(reader, seeds, longest, seconds):
     corpus = OUT / f'corpus_{reader}'
     corpus.mkdir(exist_ok=True)
     (OUT / reader).mkdir(exist_ok=True)
-    ran = run(folder / f'{reader}_fuzz', corpus, *seeds, f'-dict={folder}/tests/{reader}.dict', '-timeout=5',
+    ran = run(folder / f'{reader}_fuzz', corpus, *seeds, f'-dict={folder}/tests/{reader}.dict', '-timeout=10',
               f'-max_total_time={seconds}', f'-max_len={longest}', f'-artifact_prefix={OUT}/{reader}/', '-verbosity=1',
               timeout=seconds + 600)
     runs = re.findall(r'Done (\d+) runs', ran.stderr)
@@ -170,21 +173,66 @@ def scene_reader(seconds):
 
 def preset_reader(seconds):
     """Random bytes for the readers of flare presets."""
-    return fuzzed('preset', [ROOT / 'scenes' / 'presets'], 256, seconds)
+    return fuzzed('preset', [ROOT / 'scenes' / 'presets', ROOT / 'tests' / 'fuzz' / 'corpus' / 'preset'], 256, seconds)
 
 
-CHECKS = [scenes, bits, signals, threads, leaks, scene_reader, preset_reader]
+def told(*arguments, timeout):
+    """What a tool that prints a line "name: figures" has counted, and all that it said when it failed."""
+    ran = run(*arguments, timeout=timeout)
+    lines = ran.stdout.strip().splitlines() or ['no figures']
+    return lines[-1].split(': ', 1)[-1], [ran.stdout[-2000:] + ran.stderr[-2000:]] if ran.returncode else []
+
+
+def roundings(preset, seconds):
+    return told(ROOT / 'tests' / 'hard' / 'roundings.sh', preset, 200 * seconds, timeout=900 + 20 * seconds)
+
+
+def optimisation(seconds):
+    """Results of random calls of all functions are those of a build without optimisation."""
+    return roundings('release', seconds)
+
+
+def clang(seconds):
+    """They are those of the other compiler, too."""
+    return roundings('clang', seconds)
+
+
+def bits32(seconds):
+    """With 32 bits as well they do not depend on optimisation, nor do records on their layout."""
+    return roundings('32bit', seconds)
+
+
+def calls(seconds):
+    """Random calls of all functions under the sanitizers."""
+    return roundings('asan', seconds)
+
+
+def blocks(seconds):
+    """Random parameters, legal and hostile, for every shader in pictures by the sanitized command."""
+    orvane = build('asan', 'orvane', 'orvane_shaders', 'presets', 'probe') / 'orvane'
+    return told(ROOT / 'tests' / 'hard' / 'blocks.py', orvane, '--seconds', seconds, '--calls', 200000,
+                timeout=seconds + 900)
+
+
+CHECKS = [scenes, bits, signals, threads, leaks, optimisation, clang, bits32, calls, blocks, scene_reader,
+          preset_reader]
+LONG = (threads, clang, bits32)  # not in the short form
 
 
 def main():
     parser = argparse.ArgumentParser(description=__doc__.split('\n')[0])
-    parser.add_argument('--time', type=int, default=60, help='seconds for each fuzzer (default: 60)')
+    parser.add_argument('--time', type=int, default=60, help='seconds for each check at random (default: 60)')
+    parser.add_argument('--short', action='store_true', help='a form of a few minutes')
     parser.add_argument('names', nargs='*', help='checks: ' + ', '.join(check.__name__ for check in CHECKS))
     args = parser.parse_args()
     OUT.mkdir(parents=True, exist_ok=True)
+    if args.short:
+        global LATE
+        args.time, LATE = 10, 5  # machines that are tested on are busy
+        SCENES[:] = [scene for scene in SCENES if scene.stem in FEW]
     failed = False
     for check in CHECKS:
-        if args.names and check.__name__ not in args.names:
+        if check.__name__ not in args.names if args.names else args.short and check in LONG:
             continue
         begin = time.time()
         figures, found = check(args.time)
