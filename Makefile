@@ -7,6 +7,8 @@
 BUILD := build/release
 WIDTH := 640
 TIME := 60
+# Another Python on the path need not have the modules of packages.txt.
+PYTHON := /usr/bin/python3
 SUDO := $(shell [ "$$(id -u)" = 0 ] || echo sudo)
 SOURCES = $(shell git ls-files '*.cpp' '*.h')
 
@@ -31,16 +33,16 @@ demo: configure
 
 gallery: configure
 	cmake --build $(BUILD) --target orvane orvane_shaders presets
-	python3 scenes/make/gallery.py $(BUILD)/orvane out/gallery --width $(WIDTH)
+	$(PYTHON) scenes/make/gallery.py $(BUILD)/orvane out/gallery --width $(WIDTH)
 
 test: build
 	ctest --test-dir $(BUILD) --output-on-failure --parallel 2
 
 hard: hard-packages
-	python3 tests/hard/hard.py --time $(TIME)
+	$(PYTHON) tests/hard/hard.py --time $(TIME)
 
 hard-short: hard-packages
-	python3 tests/hard/hard.py --short
+	$(PYTHON) tests/hard/hard.py --short
 
 build: configure
 	cmake --build $(BUILD)
