@@ -210,7 +210,7 @@ def calls(seconds):
 def blocks(seconds):
     """Random parameters, legal and hostile, for every shader in pictures by the sanitized command."""
     orvane = build('asan', 'orvane', 'orvane_shaders', 'presets', 'probe') / 'orvane'
-    return told(ROOT / 'tests' / 'hard' / 'blocks.py', orvane, '--seconds', seconds, '--calls', 200000,
+    return told(sys.executable, ROOT / 'tests' / 'hard' / 'blocks.py', orvane, '--seconds', seconds, '--calls', 200000,
                 timeout=seconds + 900)
 
 
