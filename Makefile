@@ -1,6 +1,7 @@
 # make demo   installs what is missing, builds, renders the show picture, says where it is
 # make test   installs what is missing, builds, runs all tests
 # make hard   installs more, tries to bring it down; TIME=600 gives each check at random 600 s
+# make accept  writes new references for the pictures that differ (NAMES="..."): look at the differences first
 # make gallery renders every scene and makes a page of them; WIDTH=1280 makes pictures up to 1280 wide
 # make format brings all sources into the house's format
 
@@ -23,7 +24,7 @@ if [ -n "$$missing" ]; then \
 fi
 endef
 
-.PHONY: demo gallery test hard hard-short build configure packages hard-packages format check-format clean
+.PHONY: demo gallery test accept hard hard-short build configure packages hard-packages format check-format clean
 
 demo: configure
 	cmake --build $(BUILD) --target orvane orvane_shaders presets
@@ -37,6 +38,10 @@ gallery: configure
 
 test: build
 	ctest --test-dir $(BUILD) --output-on-failure --parallel 2
+
+accept: configure
+	cmake --build $(BUILD) --target pictures_tests
+	$(BUILD)/pictures_tests --gtest_brief=1 --accept $(NAMES)
 
 hard: hard-packages
 	$(PYTHON) tests/hard/hard.py --time $(TIME)

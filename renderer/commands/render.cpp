@@ -280,7 +280,7 @@ void Session::write(const world::World& world, const film::FrameBuffers& buffers
     settings.desaturate = options.desaturate;
     settings.premultiply = options.premultiply;
     settings.dither = options.dither;
-    settings.metadata = {{"orvane:scene", arguments_.scene},
+    settings.metadata = {{"orvane:scene", fs::path(arguments_.scene).filename().string()},
                          {"orvane:root", command.root},
                          {"orvane:camera", command.camera},
                          {"orvane:options", command.options},
