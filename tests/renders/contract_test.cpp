@@ -50,20 +50,6 @@ TEST(Contract, ThreadsAreNumberedAndKeepTinyNumbers) {
     }
 }
 
-// A lens that moves the ray, and one that takes the mean of several.
-TEST(Contract, LensesTakeRaysInOrder) {
-    Scene s;
-    s.camera = "resolution 1 1 lens " + lens(3, ", \"rays\" 2, \"step\" 3 0 0") + lens(4) +
-               " volume \"probe_volume\" ()";
-    s.material("m", constant(1, 1, 1));
-    s.quad("w", "m", {-2, -2, -2}, {4, 0, 0}, {0, 4, 0}, "visible tag 8");
-    // The first of the two rays meets the square, 2 away; the other goes on without an end.
-    const miColor c = render(s).at(0, 0);
-    EXPECT_EQ(c.r, ((1 + 2) * 10 + 4 + 4) / 2.0f * 10 + 3);  // color and volume, then lenses
-    EXPECT_FLOAT_EQ(c.g, 2);
-    EXPECT_EQ(c.b, 8);
-}
-
 TEST(Contract, OutputShadersChangeTheBuffers) {
     Scene s;
     s.camera = R"(output "z" "exr" "z.exr" output "probe_output" ("buffer" 0)
@@ -77,22 +63,6 @@ TEST(Contract, OutputShadersChangeTheBuffers) {
     EXPECT_EQ(folder.picture("depth.exr").at(1, 0).r, 2);
     EXPECT_EQ(folder.picture("depth.exr").at(1, 2).r, 0);
     EXPECT_EQ(folder.picture("z.exr").at(1, 2).r, 2);
-}
-
-// The volume of the camera sees a ray, then its reflection: 2 and 2 + 3 long, with no parent and
-// with one.
-TEST(Contract, VolumesSeeEachSegment) {
-    Scene s;
-    s.camera = "volume \"probe_volume\" ()";
-    s.material("mirror", R"("soft_material" ("diffuse" 0 0 0 1, "reflectivity" 1))");
-    s.material("ray", "\"probe_see\" (\"what\" 2)");
-    const miColor c = render(s.wall("m", "mirror", -2).wall("r", "ray", 3)).at(1, 1);
-    EXPECT_EQ(c.r, 1 + 2 + 5);  // the count of parents at the surface, and the two lengths
-    EXPECT_EQ(c.g, 2 + 1 + 0);  // its type, and the parents of both segments
-    EXPECT_EQ(c.b, 5);
-
-    s.options = "volume off";
-    EXPECT_EQ(render(s).at(1, 1).r, 1);
 }
 
 TEST(Contract, MediaTraceRaysOfTheirOwn) {
@@ -150,29 +120,6 @@ TEST(Contract, RaysEndAtTheDepthsOfTheOptions) {
         // The last of twelve surfaces asks for what is behind all of them.
         EXPECT_EQ(c.b, c.r == 12 || test.kind == 3 ? environment : test.expected.b);
     }
-}
-
-// Three occluders, of which the first in the text is the second from the light.
-TEST(Contract, ShadowShadersAreAskedInOrder) {
-    const struct {
-        const char *mode, *pass_on;
-        float digits;
-    } kCases[] = {{"sort", "off", 1123}, {"segments", "on", 1123}, {"segments", "off", 1321}};
-    std::vector<Scene> scenes;
-    for (const auto& test : kCases) {
-        Scene& s = scenes.emplace_back();
-        s.options = std::string("shadow ") + test.mode;
-        for (const std::string id : {"2", "1", "3"}) {
-            s.material("m" + id, constant(1, 1, 1) + " shadow \"probe_shadow\" (\"id\" " + id +
-                                     ", \"pass_on\" " + test.pass_on + ")");
-            s.wall("w" + id, "m" + id, 4 - std::stoi(id), "shadow");
-        }
-        s.light("lamp", "\"soft_light\" ()", "origin 0 0 5").material("m", kWhite);
-        s.wall("w", "m", -2);
-    }
-    const std::vector<Image> pictures = render_all(scenes);
-    for (std::size_t i = 0; i < pictures.size(); ++i)
-        EXPECT_EQ(pictures[i].at(1, 1).g, kCases[i].digits) << i;
 }
 
 // The lines of a text that say "life: ...", without what stands before.

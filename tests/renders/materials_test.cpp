@@ -71,56 +71,6 @@ TEST(Materials, AreLikeTheOutsideMaterial) {
         }
 }
 
-// One after the other: the torch opens the wall, the lamp shines through it, the frost blurs the
-// edge of a step.
-TEST(Materials, ShowWhatLiesBehind) {
-    Scene peek, lampshade, frost;
-    peek.light("lamp").light("torch", "\"soft_light\" ()",
-                             "origin 0 0 0 direction 0 0 -1 spread .95");
-    peek.material("m", call("zel_peekaboo", R"("light" ["lamp", "torch"], "peek" ["torch"])"));
-    peek.wall("w", "m", -2).material("red", constant(1, 0, 0)).wall("r", "red", -3);
-    lampshade.light("lamp", "\"soft_light\" ()", "origin 0 0 -4");
-    lampshade.material("m", call("translucent_material",
-                                 R"("diffuse" 1 .5 .25 1, "light" ["lamp"], "translucency" .5)"));
-    lampshade.wall("w", "m", -2);
-    frost.material("m", call("zel_frosty", R"("model" 0, "diffuse" 1 1 1 1, "transparency" 1,
-        "edge_opacity" 0, "refract_spread" .5, "refract_samples" 1024)"));
-    frost.wall("w", "m", -2).material("red", constant(1, 0, 0));
-    frost.quad("r", "red", {0.25, -10, -3}, {10, 0, 0}, {0, 20, 0});
-    const std::vector<Image> pictures = render_all({peek, lampshade, frost});
-    const float aslant = 0.8320503f;  // cosine at a side
-    EXPECT_TRUE(near(pictures[0].at(1, 1), {1, 0, 0, 1}));
-    EXPECT_TRUE(near(pictures[0].at(0, 1), {0.7f * aslant, 0.7f * aslant, 0.7f * aslant, 1}));
-    EXPECT_TRUE(near(pictures[1].at(1, 1), {0.5f, 0.25f, 0.125f, 1}));
-    EXPECT_TRUE(near(pictures[1].at(2, 1), {0.5f * aslant, 0.25f * aslant, 0.125f * aslant, 1}));
-    // Behind the middle x / -z must exceed 1/4: q_x > (1 - q_z / 2) / 2 for q in the unit cube.
-    EXPECT_NEAR(pictures[2].at(1, 1).r, 0.625f, 0.02f);
-    EXPECT_TRUE(near(pictures[2].at(0, 1), {0, 0, 0, 0}));
-    EXPECT_TRUE(near(pictures[2].at(2, 1), {1, 0, 0, 1}));
-}
-
-// A matte wall takes the shadow of a card into its alpha, and another one blocks a second lamp.
-// Two mattes between two lamps beyond them do not ask each other for ever.
-TEST(Materials, MatteHoldsShadows) {
-    const std::string matte = call("zel_shadow_matte", R"("light" ["lamp", "l", "r"])");
-    std::vector<Scene> scenes;
-    for (const std::string mode : {"on", "segments"}) {
-        Scene& s = scenes.emplace_back();
-        s.options = "shadow " + mode;
-        s.light("lamp").light("l", "\"soft_light\" ()", "origin 0 0 -20");
-        s.light("r", "\"soft_light\" ()", "origin 0 0 20");
-        s.material("m", matte + "shadow " + matte).wall("front", "m", -4).wall("back", "m", 4);
-        s.material("card", "\"soft_material\" () shadow \"soft_material\" (\"transparency\" .25)");
-        s.quad("c", "card", {-10, -10, -1}, {9.5, 0, 0}, {0, 20, 0}, "shadow");
-    }
-    for (const Image& picture : render_all(scenes))
-        for (int x = 0; x < 3; ++x) {
-            const miColor& c = picture.at(x, 1);
-            EXPECT_EQ(c.r + c.g + c.b, 0);
-            EXPECT_EQ(c.a, x == 0 ? 0.75f : 0) << x;
-        }
-}
-
 // Their shaders lower the level of refraction: no number of panes is too many for trace depth.
 TEST(Materials, ManyPanesStayClear) {
     const std::string shaders[] = {
@@ -155,25 +105,6 @@ TEST(Materials, ClosedRoomsEndAndKeepTheirLight) {
     }
     for (const Image& picture : render_all(scenes))
         for (const miColor& c : picture.pixels()) EXPECT_NEAR(c.r, 0.5f, 2e-3f);
-}
-
-// What is mirrored is seen through the medium in front, what is behind through that of the body.
-TEST(Materials, RaysRunInTheirOwnMedium) {
-    std::vector<Scene> scenes;
-    for (const std::string own : {"\"reflectivity\" 1", "\"transparency\" 1, \"edge_opacity\" 0"}) {
-        Scene& s = scenes.emplace_back();
-        s.material(
-            "m",
-            call("zel_frosty",
-                 "\"ior\" 1.5, \"refract_tint\" 0, \"reflect_samples\" 1, \"reflect_spread\" 0, "
-                 "\"refract_samples\" 1, \"refract_spread\" 0, " +
-                     own));
-        s.material("index", "\"probe_see\" (\"what\" 4)");
-        s.wall("w", "m", -2).wall("front", "index", 3).wall("behind", "index", -5);
-    }
-    const std::vector<Image> pictures = render_all(scenes);
-    EXPECT_EQ(pictures[0].at(1, 1).r, 1);
-    EXPECT_EQ(pictures[1].at(1, 1).r, 1.5f);
 }
 
 }  // namespace

@@ -76,20 +76,5 @@ TEST(Toon, LinesGrowWithTheResolution) {
     EXPECT_GT(difference_from("20"), 0.012);
 }
 
-// Edges between things are smooth either way.
-TEST(Sprite, EdgesAgainstTheBackgroundAreHardOrSoft) {
-    const std::string lens = R"(lens "zel_sprite" ("radius" 2, "blend_background" )";
-    const std::vector<Image> pictures =
-        render_all({toys(""), toys(lens + "off)"), toys(lens + "on)")});
-    int smooth = 0, soft = 0;
-    for (std::size_t i = 0; i < pictures[0].pixels().size(); ++i) {
-        const miColor &plain = pictures[0].pixels()[i], &hard = pictures[1].pixels()[i];
-        EXPECT_TRUE(hard.a == plain.a && (hard.a == 0 || hard.a == 1)) << hard.a;
-        smooth += hard.g != plain.g;
-        soft += pictures[2].pixels()[i].a != plain.a;
-    }
-    EXPECT_TRUE(smooth > 20 && soft > 20) << smooth << ' ' << soft;
-}
-
 }  // namespace
 }  // namespace orvane
