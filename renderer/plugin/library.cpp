@@ -6,6 +6,8 @@
 
 #include <algorithm>
 
+#include "plugin/shared_object.h"
+
 namespace orvane::plugin {
 
 namespace fs = std::filesystem;
@@ -89,6 +91,10 @@ bool Libraries::link(const std::string& name, std::string& why) {
         return false;
     }
     if (handles_.contains(path)) return true;
+    if (const std::string fault = fault_of_library(path); !fault.empty()) {
+        why = file.string() + ": " + fault;
+        return false;
+    }
     void* handle = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
     if (!handle) {
         why = loader_reason();
