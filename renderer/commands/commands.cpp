@@ -57,6 +57,9 @@ void add_render(CLI::App& app, RenderArguments& arguments, int& status) {
         ->add_option("--tile-size", arguments.tile_size,
                      "edge of the tiles that threads take, in pixels; no effect on the picture")
         ->check(CLI::Range(1, 4096));
+    render->add_flag("--untrusted", arguments.untrusted,
+                     "for scenes of strangers: they load libraries from the link path alone, read "
+                     "below their own folder and write below the one that -o names");
     render->callback([&arguments, &status] { status = commands::render(arguments); });
 }
 

@@ -22,7 +22,8 @@ struct RenderArguments {
     std::optional<std::array<int, 4>> window;
     std::optional<int> verbosity;
     std::vector<std::filesystem::path> include_path, link_path;
-    int tile_size = 0;  // 0 = as the scene says
+    int tile_size = 0;       // 0 = as the scene says
+    bool untrusted = false;  // output is then the folder that the scene writes to
 };
 
 // Renders every frame that a scene file asks for and writes its pictures. Returns 128 + the

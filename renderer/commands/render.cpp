@@ -59,13 +59,16 @@ class Session {
     explicit Session(const RenderArguments& arguments)
         : arguments_(arguments),
           folders_{{fs::path(arguments.scene).parent_path(), "", program_folder()},
-                   includes(arguments)},
-          libraries_(link_path(arguments)) {}
+                   includes(arguments),
+                   fence(arguments)},
+          libraries_(link_path(arguments), arguments.untrusted) {
+        if (arguments.untrusted) arguments_.output.clear();
+    }
 
     void render(const scene::Scene& scene, const scene::RenderCommand& command);
 
     int frames() const { return frames_; }
-    const std::vector<fs::path>& include_path() const { return folders_.includes; }
+    const world::Folders& folders() const { return folders_; }
     bool stopped() const { return world::render_aborted(); }
 
   private:
@@ -76,9 +79,19 @@ class Session {
     }
     static std::vector<fs::path> link_path(const RenderArguments& arguments) {
         std::vector<fs::path> path = arguments.link_path;
-        path.push_back(fs::path(arguments.scene).parent_path() / ".");
+        if (!arguments.untrusted) path.push_back(fs::path(arguments.scene).parent_path() / ".");
         path.push_back(program_folder());
         return path;
+    }
+
+    static scene::Fence fence(const RenderArguments& arguments) {
+        if (!arguments.untrusted) return {};
+        // What is no file, such as a pipe, has no folder but the current one.
+        std::error_code error;
+        const bool is_stream = fs::is_other(arguments.scene, error);
+        std::vector<fs::path> readable = arguments.include_path;
+        readable.push_back(is_stream ? "" : fs::path(arguments.scene).parent_path());
+        return {readable, {program_folder(), program_folder() / "presets"}, arguments.output};
     }
 
     void link(const scene::Scene& scene);
@@ -90,8 +103,9 @@ class Session {
     void write(const world::World& world, const film::FrameBuffers& buffers,
                const scene::Output& output, const scene::RenderCommand& command);
     std::string picture_name(const world::World& world) const;
+    std::string numbered_name(const world::World& world) const;
 
-    const RenderArguments& arguments_;
+    RenderArguments arguments_;
     world::Folders folders_;
     std::set<std::string> advised_;
     plugin::Libraries libraries_;
@@ -246,9 +260,16 @@ void Session::put_out(trace::Frame& frame, const film::FrameBuffers& buffers,
     }
 }
 
+std::string Session::picture_name(const world::World& world) const {
+    const std::string name = numbered_name(world);
+    const std::string file = folders_.fence.output(name).string();
+    if (file.empty()) throw Error(Exit::Output, "\"" + name + "\" leads out of the output folder");
+    return file;
+}
+
 // The picture of the command line, or one named after the scene where nothing names one.
 // #### becomes the frame's number; without it later frames get a number of their own.
-std::string Session::picture_name(const world::World& world) const {
+std::string Session::numbered_name(const world::World& world) const {
     std::string name = arguments_.output;
     if (name.empty()) {
         const fs::path stem = arguments_.scene == "-" ? "scene" : fs::path(arguments_.scene).stem();
@@ -298,10 +319,14 @@ int render(const RenderArguments& arguments) {
     if (const auto& window = arguments.window;
         window && ((*window)[0] > (*window)[2] || (*window)[1] > (*window)[3]))
         throw Error(Exit::Usage, "--window: its low edge is the higher one");
+    std::error_code error;
+    if (arguments.untrusted && !fs::is_directory(arguments.output, error))
+        throw Error(Exit::Usage, "--untrusted: -o must name a folder that is there");
     const SignalHandlers handlers;
     Session session(arguments);
     scene::ParserSettings settings;
-    settings.include_path = session.include_path();
+    settings.include_path = session.folders().includes;
+    settings.fence = session.folders().fence;
     settings.verbosity_fixed = arguments.verbosity.has_value();
     settings.on_render = [&session](const scene::Scene& scene,
                                     const scene::RenderCommand& command) {

@@ -27,9 +27,8 @@ bool is_file(const fs::path& path) {
     return fs::is_regular_file(path, error);
 }
 
-// The first of the files that a name may stand for, or an empty path.
+// The first of the files that a name in some folders stands for, or an empty path.
 fs::path locate(const fs::path& name, const std::vector<fs::path>& folders) {
-    if (is_file(name)) return name;
     for (const fs::path& folder : folders)
         if (is_file(folder / name)) return folder / name;
     return {};
@@ -68,16 +67,23 @@ EntryPoints entry_points(void* handle, const std::string& shader) {
 
 }  // namespace
 
-Libraries::Libraries(std::vector<fs::path> search_path) : search_path_(std::move(search_path)) {}
+Libraries::Libraries(std::vector<fs::path> search_path, bool nowhere_else)
+    : search_path_(std::move(search_path)), nowhere_else_(nowhere_else) {}
 
 Libraries::~Libraries() {
     for (auto handle = order_.rbegin(); handle != order_.rend(); ++handle) dlclose(*handle);
 }
 
 bool Libraries::link(const std::string& name, std::string& why) {
-    const fs::path file = locate(native_name(name), search_path_);
+    const fs::path native = native_name(name);
+    if (nowhere_else_ && native.has_parent_path()) {
+        why = "a scene that is not trusted names libraries without a folder";
+        return false;
+    }
+    const bool as_it_is = !nowhere_else_ && is_file(native);
+    const fs::path file = as_it_is ? native : locate(native, search_path_);
     if (file.empty()) {
-        why = "no file " + native_name(name).string();
+        why = "no file " + native.string();
         for (const fs::path& folder : search_path_)
             if (!folder.empty()) why += ", nor in " + folder.string();
         return false;

@@ -30,7 +30,8 @@ class Libraries {
   public:
     // search_path: the folders in which libraries are looked for, in order, when the name as
     // given does not lead to one.
-    explicit Libraries(std::vector<std::filesystem::path> search_path);
+    // nowhere_else: names that lead to a library by themselves are refused, too.
+    explicit Libraries(std::vector<std::filesystem::path> search_path, bool nowhere_else = false);
     ~Libraries();
     Libraries(const Libraries&) = delete;
     Libraries& operator=(const Libraries&) = delete;
@@ -46,6 +47,7 @@ class Libraries {
 
   private:
     std::vector<std::filesystem::path> search_path_;
+    bool nowhere_else_;
     std::map<std::filesystem::path, void*> handles_;
     std::vector<void*> order_;
 };

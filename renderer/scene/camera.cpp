@@ -62,10 +62,20 @@ bool read_output_option(Reader& in, Output& output) {
     return true;
 }
 
+// The file that the name of an output stands for.
+std::string output_file(Reader& in, std::string_view name, const Place& place) {
+    const std::string text = in.input.substitute(name);
+    const std::string file = in.settings.fence.output(text).string();
+    if (file.empty() && !text.empty())
+        throw error_at(place, Exit::Output,
+                       "cannot write \"" + text + "\": it leads out of the folder for outputs");
+    return file;
+}
+
 // type, format and file from the strings of an output statement.
 void set_file(Reader& in, Output& output, const std::vector<Token>& strings) {
     const auto text = [&](std::size_t i) { return std::string(strings[i].text); };
-    output.file = in.input.substitute(strings.back().text);
+    output.file = output_file(in, strings.back().text, strings.back().place());
     if (output.file.empty()) in.fail(strings.back(), "the name of the output file is empty");
     if (strings.size() == 2) {
         (is_type(text(0), output.file) ? output.type : output.format) = text(0);
@@ -131,7 +141,7 @@ void read_frame_buffer(Reader& in, CameraBlock& block) {
     }
     auto& outputs = begin_list(block, "output", block.camera.outputs);
     if (primary && !output.file.empty()) {
-        output.file = in.input.substitute(output.file);
+        output.file = output_file(in, output.file, output.place);
         outputs.push_back(std::move(output));
     } else {
         in.warn_once("framebuffer", output.place, "a frame buffer without a file is ignored");

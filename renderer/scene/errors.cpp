@@ -63,6 +63,11 @@ Error error_at(const scene::Place& place, Exit status, const std::string& what,
     return {status, where + ": error: " + what, details + hint};
 }
 
+Error outside(const scene::Place& place, const std::string& file) {
+    return error_at(place, Exit::Input,
+                    "\"" + file + "\" leads out of the folder of a scene that is not trusted");
+}
+
 std::string with_caret(std::string line, int column) {
     // Keep the part around the column of a line that is too long to show.
     const int begin = std::max(0, column - 1 - kShownColumns / 2);

@@ -39,6 +39,9 @@ std::string to_string(const scene::Place& place);
 [[nodiscard]] Error error_at(const scene::Place& place, Exit status, const std::string& what,
                              const std::string& hint = {});
 
+// A file that a scene which is not trusted may not read.
+[[nodiscard]] Error outside(const scene::Place& place, const std::string& file);
+
 // A line of a text, shortened around the column (from 1) when it is long, and below it a caret.
 std::string with_caret(std::string line, int column);
 

@@ -30,8 +30,8 @@ std::string environment(std::string name) {
 
 }  // namespace
 
-Input::Input(std::unique_ptr<Source> main, std::vector<fs::path> include_path)
-    : include_path_(std::move(include_path)) {
+Input::Input(std::unique_ptr<Source> main, std::vector<fs::path> include_path, Fence fence)
+    : include_path_(std::move(include_path)), fence_(std::move(fence)) {
     open_.emplace_back(std::move(main));
 }
 
@@ -188,8 +188,9 @@ fs::path Input::find_include(const Token& name, bool angled) const {
 
     std::error_code error;
     for (const fs::path& candidate : candidates) {
-        if (fs::is_regular_file(candidate, error)) return candidate;
+        if (fence_.may_read(candidate) && fs::is_regular_file(candidate, error)) return candidate;
     }
+    if (!fence_.may_read(beside)) throw outside(name.place(), file.string());
     return {};
 }
 
@@ -203,7 +204,7 @@ std::string Input::substitute(std::string_view text) const {
         const std::string name(text.substr(open + 1, close - open - 1));
         result += text.substr(0, of_environment ? open - 1 : open);
         if (of_environment) {
-            result += environment(name);
+            if (!fence_.is_on()) result += environment(name);
         } else if (const auto found = registry.find(name); found != registry.end()) {
             result += found->second;
         } else {

@@ -9,13 +9,15 @@
 #include <string_view>
 #include <vector>
 
+#include "scene/fence.h"
 #include "scene/lexer.h"
 
 namespace orvane::scene {
 
 class Input {
   public:
-    Input(std::unique_ptr<Source> main, std::vector<std::filesystem::path> include_path);
+    Input(std::unique_ptr<Source> main, std::vector<std::filesystem::path> include_path,
+          Fence fence = {});
 
     // The next token that is no directive; Kind::End at the end of the main text.
     Token next();
@@ -27,7 +29,8 @@ class Input {
     void release_finished() { finished_.clear(); }
 
     // text with {NAME} replaced by the value of the registry, ${NAME} by that of the
-    // environment, ${?NAME} by 1 or nothing. An unknown {NAME} stays as it is.
+    // environment, ${?NAME} by 1 or nothing. An unknown {NAME} stays as it is. Within a fence no
+    // variable of the environment is set.
     std::string substitute(std::string_view text) const;
 
     std::map<std::string, std::string> variables;  // made by "set", asked by conditionals
@@ -56,6 +59,7 @@ class Input {
     std::filesystem::path find_include(const Token& name, bool angled) const;
 
     std::vector<std::filesystem::path> include_path_;
+    Fence fence_;
     std::vector<OpenText> open_;  // the main text, then what is being included
     std::vector<Comment> comments_;
     std::vector<std::unique_ptr<Source>> finished_;

@@ -12,7 +12,7 @@ namespace orvane::scene {
 namespace {
 
 Scene parse(std::unique_ptr<Source> source, const ParserSettings& settings) {
-    Reader reader(Input(std::move(source), settings.include_path), settings);
+    Reader reader(Input(std::move(source), settings.include_path, settings.fence), settings);
     read_commands(reader);
     return std::move(reader.scene);
 }

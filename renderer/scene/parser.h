@@ -7,12 +7,14 @@
 #include <string>
 #include <vector>
 
+#include "scene/fence.h"
 #include "scene/records.h"
 
 namespace orvane::scene {
 
 struct ParserSettings {
     std::vector<std::filesystem::path> include_path;  // searched by $include, in order
+    Fence fence;                                      // around what the scene may include and write
     bool verbosity_fixed = false;  // the command line set it: "verbose" in the scene is ignored
     // Called at each render command with all that is defined so far.
     std::function<void(const Scene&, const RenderCommand&)> on_render;

@@ -64,10 +64,13 @@ std::filesystem::path Builder::find_picture(const scene::Texture& source) const 
     std::string searched;
     for (auto folder = folders.begin(); folder != folders.end(); ++folder) {
         std::error_code ignored;
-        if (std::filesystem::exists(*folder / file, ignored)) return *folder / file;
+        if (folders_.fence.may_read(*folder / file) &&
+            std::filesystem::exists(*folder / file, ignored))
+            return *folder / file;
         if (std::find(folders.begin(), folder, *folder) == folder)
             searched += ' ' + (folder->empty() ? "." : folder->string());
     }
+    if (!folders_.fence.may_read(folders.front() / file)) throw outside(source.place, source.file);
     throw error_at(source.place, Exit::Input, "cannot find the picture \"" + source.file + '"',
                    file.is_absolute() ? "" : "looked in:" + searched);
 }

@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "plugin/library.h"
+#include "scene/fence.h"
 #include "scene/records.h"
 #include "world/database.h"
 
@@ -51,10 +52,11 @@ struct Placement {
     mutable bool lacks_texture_ = false;
 };
 
-// Where files are looked for that a scene names, in order.
+// Where files are looked for that a scene names, in order, as far as the fence lets it.
 struct Folders {
     std::vector<std::filesystem::path> textures;  // after that of the text that names them
     std::vector<std::filesystem::path> includes;  // with the declarations of shaders
+    scene::Fence fence;
 };
 
 // Pictures that were read, kept from frame to frame.
