@@ -2,11 +2,17 @@
 
 #include "commands/commands.h"
 
+#include <unistd.h>
+
 #include <CLI/CLI.hpp>
 
+#include <cerrno>
 #include <iostream>
 #include <new>
+#include <string_view>
+#include <system_error>
 
+#include "scene/memory.h"
 #include "scene/messages.h"
 #include "world/render.h"
 
@@ -118,9 +124,7 @@ int tell(Level level, Exit status, const std::string& line, const std::string& d
     return static_cast<int>(status);
 }
 
-}  // namespace
-
-int run(int argc, char** argv) {
+int run_command(int argc, char** argv) {
     CLI::App app("Orvane: renders .mi scenes with the shaders of orvane.so", "orvane");
     app.require_subcommand(1);
     app.set_version_flag("--version", "orvane " ORVANE_VERSION);
@@ -135,21 +139,52 @@ int run(int argc, char** argv) {
         app.parse(argc, argv);
         return status;
     } catch (const CLI::ParseError& fault) {
+        check_memory();
         if (fault.get_exit_code() == 0) return app.exit(fault);  // --help, --version
         return tell(Level::Error, Exit::Usage, fault.what(), "\"orvane --help\" tells more");
+    }
+}
+
+// Whatever a fault says, where memory has failed that is the reason.
+int tell_faults(int argc, char** argv) {
+    try {
+        return run_command(argc, argv);
+    } catch (const world::OutOfMemory& fault) {
+        return tell(Level::Fatal, Exit::Memory, fault.what());
+    } catch (const std::bad_alloc&) {
+        throw;
     } catch (const Error& fault) {
+        check_memory();
         // Faults that have no place in a scene begin with their severity.
         const std::string line = fault.what();
         return tell(Level::Error, fault.status, line.substr(line.starts_with("error: ") ? 7 : 0),
                     fault.details);
     } catch (const world::Fatal& fault) {
+        check_memory();
         return tell(Level::Fatal, Exit::Fatal, fault.what());
-    } catch (const world::OutOfMemory& fault) {
-        return tell(Level::Fatal, Exit::Memory, fault.what());
-    } catch (const std::bad_alloc&) {
-        return tell(Level::Fatal, Exit::Memory, "out of memory");
-    } catch (const std::exception& fault) {
+    } catch (const std::system_error& fault) {
+        // A thread that cannot be started has no room for its stack.
+        const bool starved = fault.code() == std::errc::resource_unavailable_try_again;
+        check_memory(starved ? ENOMEM : fault.code().value());
         return tell(Level::Fatal, Exit::Internal, std::string("internal error: ") + fault.what());
+    } catch (const std::exception& fault) {
+        check_memory();
+        return tell(Level::Fatal, Exit::Internal, std::string("internal error: ") + fault.what());
+    }
+}
+
+}  // namespace
+
+// Memory may also run out while a fault is told: this line needs none.
+int run(int argc, char** argv) {
+    watch_memory();
+    try {
+        return tell_faults(argc, argv);
+    } catch (...) {
+        constexpr std::string_view kLine = "orvane: fatal: out of memory\n";
+        const bool shown = verbosity() >= static_cast<int>(Level::Fatal);
+        if (shown && write(STDERR_FILENO, kLine.data(), kLine.size()) < 0) errno = 0;
+        return static_cast<int>(Exit::Memory);
     }
 }
 

@@ -55,7 +55,12 @@ void for_each_tile(const std::vector<Rect>& tiles, int threads,
     {
         std::vector<std::jthread> others;
         const int wanted = std::min(threads, static_cast<int>(tiles.size()));
-        for (int thread = 1; thread < wanted; ++thread) others.emplace_back(take_tiles, thread);
+        try {
+            for (int thread = 1; thread < wanted; ++thread) others.emplace_back(take_tiles, thread);
+        } catch (...) {
+            next = tiles.size();
+            throw;
+        }
         take_tiles(0);
     }
     if (failure) std::rethrow_exception(failure);

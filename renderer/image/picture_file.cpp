@@ -16,6 +16,7 @@
 #include "image/codec.h"
 #include "image/stored_values.h"
 #include "scene/errors.h"
+#include "scene/memory.h"
 
 namespace orvane::image {
 namespace {
@@ -90,7 +91,9 @@ void write_picture(const Image& image, const fs::path& file, const PictureSettin
     if (image.pixels().empty()) throw cannot_write(file, "it has no pixels");
 
     try {
-        store_picture(file, encoded(image, *format, settings));
+        const std::vector<std::uint8_t> bytes = encoded(image, *format, settings);
+        check_memory();  // what somebody made without the memory that it asked for is no picture
+        store_picture(file, bytes);
     } catch (const std::runtime_error& error) {
         throw cannot_write(file, error.what());
     } catch (const std::invalid_argument& error) {

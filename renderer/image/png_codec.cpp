@@ -5,12 +5,15 @@
 
 #include <png.h>
 
+#include <cerrno>
 #include <csetjmp>
 #include <cstdio>
 #include <memory>
+#include <new>
 #include <stdexcept>
 
 #include "image/codec.h"
+#include "scene/memory.h"
 
 namespace orvane::image {
 namespace {
@@ -27,16 +30,23 @@ void on_error(png_structp png, png_const_charp text) {
 
 void on_warning(png_structp, png_const_charp) {}
 
+// A failure is noted here, whatever libpng calls it.
+png_voidp allocate(png_structp, png_alloc_size_t size) { return operator new(size, std::nothrow); }
+
+void release(png_structp, png_voidp p) { operator delete(p); }
+
 struct Reader {
     Fault fault;
-    png_structp png = png_create_read_struct(PNG_LIBPNG_VER_STRING, &fault, on_error, on_warning);
+    png_structp png = png_create_read_struct_2(PNG_LIBPNG_VER_STRING, &fault, on_error, on_warning,
+                                               nullptr, allocate, release);
     png_infop info = png ? png_create_info_struct(png) : nullptr;
     ~Reader() { png_destroy_read_struct(&png, &info, nullptr); }
 };
 
 struct Writer {
     Fault fault;
-    png_structp png = png_create_write_struct(PNG_LIBPNG_VER_STRING, &fault, on_error, on_warning);
+    png_structp png = png_create_write_struct_2(PNG_LIBPNG_VER_STRING, &fault, on_error, on_warning,
+                                                nullptr, allocate, release);
     png_infop info = png ? png_create_info_struct(png) : nullptr;
     ~Writer() { png_destroy_write_struct(&png, &info); }
 };
@@ -133,6 +143,7 @@ bool is_png(const std::filesystem::path& file) {
     const std::unique_ptr<std::FILE, int (*)(std::FILE*)> stream(std::fopen(file.c_str(), "rb"),
                                                                  std::fclose);
     png_byte signature[8];
+    if (!stream) check_memory(errno);
     return stream && std::fread(signature, 1, 8, stream.get()) == 8 &&
            png_sig_cmp(signature, 0, 8) == 0;
 }

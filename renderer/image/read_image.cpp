@@ -14,6 +14,7 @@
 #include "image/codec.h"
 #include "image/image.h"
 #include "scene/errors.h"
+#include "scene/memory.h"
 
 namespace orvane::image {
 namespace {
@@ -43,7 +44,9 @@ void check_file(const std::filesystem::path& file) {
     if (std::error_code none; std::filesystem::is_directory(file, none)) {
         throw cannot_read(file, std::strerror(EISDIR));
     }
-    if (!std::ifstream(file, std::ios::binary)) throw cannot_read(file, std::strerror(errno));
+    if (std::ifstream(file, std::ios::binary)) return;
+    check_memory(errno);
+    throw cannot_read(file, std::strerror(errno));
 }
 
 // Turns the channels that a file of 1, 2 or 3 channels has filled into r, g, b, a.

@@ -9,6 +9,8 @@
 #include <fstream>
 #include <vector>
 
+#include "scene/memory.h"
+
 namespace orvane::plugin {
 namespace {
 
@@ -41,7 +43,10 @@ bool is_own_kind(const ElfW(Ehdr) & header) {
 
 std::string fault_of_library(const std::filesystem::path& path) {
     std::ifstream file(path, std::ios::binary);
-    if (!file) return std::strerror(errno);
+    if (!file) {
+        check_memory(errno);
+        return std::strerror(errno);
+    }
     std::error_code error;
     const std::uint64_t length = std::filesystem::file_size(path, error);
     if (error) return error.message();

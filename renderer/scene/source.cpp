@@ -7,6 +7,8 @@
 #include <iostream>
 #include <iterator>
 
+#include "scene/memory.h"
+
 namespace orvane::scene {
 
 namespace {
@@ -32,6 +34,7 @@ std::unique_ptr<Source> read_source(const std::filesystem::path& file, std::stri
     }
     std::ifstream stream(file, std::ios::binary);
     if (!stream) {
+        check_memory(errno);
         why = std::strerror(errno);
         return nullptr;
     }

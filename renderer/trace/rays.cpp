@@ -46,6 +46,8 @@ void out_of_memory(void*, RTCError code, const char* text) {
     throw std::runtime_error(std::string("the ray structure cannot be built: ") + text);
 }
 
+void nothing(void*, RTCError, const char*) {}
+
 // Whether a face that is hit from this side is there for eye and secondary rays.
 bool culled(const Shape& shape, const RTCRayHit& found) {
     if (shape.face == miFACE_BOTH) return false;
@@ -79,7 +81,9 @@ Structure::Structure(const world::World& world, bool motion)
     commit_sets(world);
 }
 
+// Releasing may want memory itself, and must not throw when there is none.
 Structure::~Structure() {
+    rtcSetDeviceErrorFunction(device_, nothing, nullptr);
     for (RTCGeometry geometry : geometries_)
         if (geometry) rtcReleaseGeometry(geometry);
     for (std::size_t i = 0; i < scenes_.size(); ++i)

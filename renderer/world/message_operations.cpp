@@ -18,6 +18,12 @@ std::string formatted(const char* format, va_list arguments) {
     return line;
 }
 
+// A render that ends has had its last word: what shaders say then follows from the reason.
+void tell(orvane::Level level, const char* format, va_list arguments) {
+    const orvane::world::Render* render = orvane::world::current_render();
+    if (!render || !render->ending()) orvane::message(level, formatted(format, arguments));
+}
+
 }  // namespace
 
 extern "C" {
@@ -25,21 +31,21 @@ extern "C" {
 void mi_info(const char* format, ...) {
     va_list arguments;
     va_start(arguments, format);
-    orvane::message(orvane::Level::Info, formatted(format, arguments));
+    tell(orvane::Level::Info, format, arguments);
     va_end(arguments);
 }
 
 void mi_progress(const char* format, ...) {
     va_list arguments;
     va_start(arguments, format);
-    orvane::message(orvane::Level::Progress, formatted(format, arguments));
+    tell(orvane::Level::Progress, format, arguments);
     va_end(arguments);
 }
 
 void mi_warning(const char* format, ...) {
     va_list arguments;
     va_start(arguments, format);
-    orvane::message(orvane::Level::Warning, formatted(format, arguments));
+    tell(orvane::Level::Warning, format, arguments);
     va_end(arguments);
 }
 
@@ -49,7 +55,10 @@ void mi_fatal(const char* format, ...) {
     const std::string text = formatted(format, arguments);
     va_end(arguments);
     const auto fatal = std::make_exception_ptr(orvane::world::Fatal(text));
-    if (orvane::world::Render* render = orvane::world::current_render()) render->end(fatal);
+    if (orvane::world::Render* render = orvane::world::current_render()) {
+        render->end(fatal);
+        render->throw_why();
+    }
     std::rethrow_exception(fatal);
 }
 

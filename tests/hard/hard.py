@@ -8,6 +8,7 @@ them, are made beside build/release. The short form takes few scenes and leaves 
 compilers out. Exits with 1 when a check has found something; what it was is told behind its line, traces are left in
 out/hard."""
 import argparse
+import collections
 import os
 import random
 import re
@@ -152,6 +153,49 @@ def signals(seconds):
     return f'{count} signals, the slowest answer {slowest:.2f} s', found
 
 
+def failing(orvane, at, scene, picture):
+    """A render in which allocations fail; how it ended, and what it left beside the undisturbed picture."""
+    folder = OUT / 'allocations'
+    shutil.rmtree(folder, ignore_errors=True)
+    folder.mkdir()
+    ran = run(orvane, 'render', ROOT / 'scenes' / scene, '--resolution', 8, 6, '--samples', 0, 0, '-j', 2, '-o',
+              folder / 'picture.png', timeout=60,
+              environment={'LD_PRELOAD': str(orvane.parent / 'failing_allocations.so'), 'FAIL_AT': at,
+                           'COUNT_TO': str(OUT / 'count')})
+    lines = [line for line in ran.stderr.splitlines() if not line.startswith('orvane: progress:')]
+    left = {file.name: file.read_bytes() for file in folder.iterdir()}
+    whole = left == {'picture.png': picture} if picture else len(left) == 1
+    if ran.returncode == 33 and len(lines) == 1 and (not left or whole):
+        return 'kept' if left else 'ended', left
+    if ran.returncode == 0 and whole:
+        return 'coped', left
+    return f'{scene}, allocation {at}: status {ran.returncode}, {sorted(left)} {ran.stderr[-300:]}', left
+
+
+def allocations(seconds):
+    """Each allocation fails in turn, alone and with all that follow: the command ends with 33, one line and no
+    picture, or with the bits of the undisturbed one. As many as there is time for, evenly."""
+    orvane = build('release', 'orvane', 'orvane_shaders', 'presets', 'failing_allocations') / 'orvane'
+    found, ends, counts = [], collections.Counter(), []
+    scenes = ['docs/beam_minimal.mi', 'flare.mi', 'toon.mi', 'velvet.mi', 'bg_pic.mi']
+    for scene in scenes:
+        begin = time.time()
+        how, left = failing(orvane, '0', scene, None)
+        if how != 'coped':
+            return 'nothing tried', [how]
+        counts.append(int((OUT / 'count').read_text()))
+        picture, cases = left['picture.png'], [f'{n}{more}' for n in range(1, counts[-1] + 1) for more in ('', '+')]
+        step = max(1, round(len(cases) * (time.time() - begin) * len(scenes) / max(seconds, 1)))
+        step += step % 2 == 0 and step > 1
+        for at in cases[::step]:
+            how, left = failing(orvane, at, scene, picture)
+            ends[how if len(how) < 6 else 'found'] += 1
+            found += [how] if len(how) > 5 else []
+    return (f'{ends.total()} failing of {sum(counts)} allocations in {len(scenes)} scenes, alone and with all that '
+            f'follow: {ends["ended"]} ended with 33, {ends["kept"]} of them after the picture, {ends["coped"]} coped',
+            found)
+
+
 def fuzzed(reader, seeds, longest, seconds):
     folder = build('fuzz', 'fuzzers')
     corpus = OUT / f'corpus_{reader}'
@@ -214,7 +258,7 @@ def blocks(seconds):
                 timeout=seconds + 900)
 
 
-CHECKS = [scenes, bits, signals, threads, leaks, optimisation, clang, bits32, calls, blocks, scene_reader,
+CHECKS = [scenes, bits, signals, allocations, threads, leaks, optimisation, clang, bits32, calls, blocks, scene_reader,
           preset_reader]
 LONG = (threads, clang, bits32)  # not in the short form
 
