@@ -48,6 +48,15 @@ void out_of_memory(void*, RTCError code, const char* text) {
 
 void nothing(void*, RTCError, const char*) {}
 
+// One for all frames. It is not given back: Embree wants memory for that, and ends the program
+// when there is none. Embree builds on the calling thread alone: the shape of its tree, and with
+// it which of two triangles on one edge a ray meets, must not depend on the number of processors.
+RTCDevice the_device() {
+    static const RTCDevice device = rtcNewDevice("threads=1,set_affinity=0");
+    if (!device) throw std::bad_alloc();
+    return device;
+}
+
 // Whether a face that is hit from this side is there for eye and secondary rays.
 bool culled(const Shape& shape, const RTCRayHit& found) {
     if (shape.face == miFACE_BOTH) return false;
@@ -61,11 +70,7 @@ bool culled(const Shape& shape, const RTCRayHit& found) {
 
 }  // namespace
 
-// Embree builds on the calling thread alone: the shape of its tree, and with it which of two
-// triangles on one edge a ray meets, must not depend on the number of processors.
-Structure::Structure(const world::World& world, bool motion)
-    : device_(rtcNewDevice("threads=1,set_affinity=0")) {
-    if (!device_) throw std::bad_alloc();
+Structure::Structure(const world::World& world, bool motion) : device_(the_device()) {
     rtcSetDeviceErrorFunction(device_, out_of_memory, nullptr);
     std::map<const scene::Mesh*, int> uses;
     for (const world::Placement& placement : world.placements())
@@ -89,7 +94,6 @@ Structure::~Structure() {
     for (std::size_t i = 0; i < scenes_.size(); ++i)
         if (scenes_[i]) rtcReleaseScene(scenes_[i]);
     for (auto& [mesh, object] : objects_) rtcReleaseScene(object.scene);
-    rtcReleaseDevice(device_);
 }
 
 void Structure::add_shape(const world::Placement& placement, bool baked, bool motion) {

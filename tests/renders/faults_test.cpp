@@ -255,6 +255,18 @@ TEST(Faults, ShadersEndTheRender) {
     }
 }
 
+TEST(Faults, MemoryThatShadersLackEndsTheRender) {
+    Scene s;
+    s.camera = R"(volume "Orvane_Volume" ("light" ["lamp"]))";
+    s.material("m", kWhite)
+        .wall("w", "m", -9)
+        .light("lamp",
+               R"("Orvane_Light" ("shadow" on, "volume_density" 1, "map_resolution" 2147483647))",
+               "origin 0 3 -5 direction 0 -1 0 spread 0.9");
+    const Folder folder(s);
+    expect_fault(folder, folder.render(), 33, "out of memory: ");
+}
+
 TEST(Faults, LeaksAreTold) {
     const Folder folder(trouble(5));
     const Outcome outcome = folder.render({"-v", "6"});
