@@ -6,6 +6,8 @@
 
 #include <stdexcept>
 
+#include "scene/memory.h"
+
 namespace orvane::image {
 
 const OtherFormats& other_formats() {
@@ -14,9 +16,11 @@ const OtherFormats& other_formats() {
             std::filesystem::read_symlink("/proc/self/exe").parent_path() / "orvane_formats.so";
         void* library = dlopen(module.c_str(), RTLD_NOW | RTLD_LOCAL);
         void* symbol = library ? dlsym(library, "orvane_other_formats") : nullptr;
-        if (!symbol)
-            throw std::runtime_error("the module of its format cannot be loaded: " +
-                                     std::string(dlerror()));
+        if (!symbol) {
+            const std::string why = dlerror();
+            check_memory(why);
+            throw std::runtime_error("the module of its format cannot be loaded: " + why);
+        }
         return static_cast<const OtherFormats*>(symbol);
     }();
     return *formats;

@@ -5,9 +5,6 @@
 #include <link.h>
 
 #include <algorithm>
-#include <cerrno>
-#include <cstring>
-#include <new>
 
 #include "plugin/shared_object.h"
 #include "scene/memory.h"
@@ -43,12 +40,6 @@ std::string loader_reason() {
     std::string line = reason ? reason : "unknown reason";
     std::replace(line.begin(), line.end(), '\n', ' ');
     return line;
-}
-
-// The loader's errors are words alone.
-bool lacks_memory(const std::string& reason) {
-    return reason.find(std::strerror(ENOMEM)) != reason.npos ||
-           reason.find("out of memory") != reason.npos;
 }
 
 // A symbol of the library itself. The loader also looks in what the library depends on, where
@@ -115,7 +106,7 @@ bool Libraries::link(const std::string& name, std::string& why) {
     void* handle = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
     if (!handle) {
         why = loader_reason();
-        if (lacks_memory(why)) throw std::bad_alloc();
+        check_memory(why);
         return false;
     }
     handles_.emplace(path, handle);

@@ -26,4 +26,15 @@ void check_memory(int error) {
     if (error == ENOMEM || has_failed) throw std::bad_alloc();
 }
 
+// The loader has words alone, and not always those of the system.
+void check_memory(const std::string& loader_error) {
+    static constexpr const char* kWords[] = {
+        "Cannot allocate memory",     "out of memory",           "cannot create ",
+        "cannot allocate dependency", "cannot allocate version", "cannot allocate symbol",
+        "cannot extend global scope"};
+    for (const char* words : kWords)
+        if (loader_error.find(words) != loader_error.npos) throw std::bad_alloc();
+    check_memory();
+}
+
 }  // namespace orvane

@@ -58,11 +58,14 @@ Frame::Frame(world::World& world)
     render.check();
 }
 
+// A frame that is not closed yet ends for a reason that is told: what its shaders' exits say, when
+// memory is what is missing, is the same again.
 Frame::~Frame() {
     try {
         close();
-    } catch (const std::exception& fault) {
-        message(Level::Error, fault.what());
+    } catch (const world::Fatal& fault) {
+        message(Level::Error, fault.text);
+    } catch (...) {
     }
 }
 
