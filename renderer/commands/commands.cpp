@@ -2,14 +2,11 @@
 
 #include "commands/commands.h"
 
-#include <unistd.h>
-
 #include <CLI/CLI.hpp>
 
 #include <cerrno>
 #include <iostream>
 #include <new>
-#include <string_view>
 #include <system_error>
 
 #include "scene/memory.h"
@@ -181,9 +178,7 @@ int run(int argc, char** argv) {
     try {
         return tell_faults(argc, argv);
     } catch (...) {
-        constexpr std::string_view kLine = "orvane: fatal: out of memory\n";
-        const bool shown = verbosity() >= static_cast<int>(Level::Fatal);
-        if (shown && write(STDERR_FILENO, kLine.data(), kLine.size()) < 0) errno = 0;
+        tell_out_of_memory();
         return static_cast<int>(Exit::Memory);
     }
 }

@@ -10,9 +10,11 @@
 
 #include <algorithm>
 #include <cstring>
+#include <new>
 #include <stdexcept>
 
 #include "image/codec.h"
+#include "scene/memory.h"
 
 namespace orvane::image {
 namespace {
@@ -28,6 +30,15 @@ class Memory : public Imf::OStream {
     }
     std::uint64_t tellp() override { return at_; }
     void seekp(std::uint64_t position) override { at_ = position; }
+
+    // Whether all of so many 8-byte numbers before a position are set.
+    bool is_filled(std::size_t end, std::size_t count) const {
+        constexpr std::uint64_t kNone = 0;
+        for (std::size_t i = 1; i <= count; ++i)
+            if (std::memcmp(&bytes[end - i * sizeof kNone], &kNone, sizeof kNone) == 0)
+                return false;
+        return true;
+    }
 
     std::vector<std::uint8_t> bytes;
 
@@ -49,6 +60,24 @@ Imf::Compression compression_of(const std::string& name) {
     return Imf::ZIP_COMPRESSION;
 }
 
+// The rows that are compressed together.
+std::size_t rows_of(Imf::Compression compression) {
+    switch (compression) {
+        case Imf::ZIP_COMPRESSION:
+        case Imf::PXR24_COMPRESSION:
+            return 16;
+        case Imf::PIZ_COMPRESSION:
+        case Imf::B44_COMPRESSION:
+        case Imf::B44A_COMPRESSION:
+        case Imf::DWAA_COMPRESSION:
+            return 32;
+        case Imf::DWAB_COMPRESSION:
+            return 256;
+        default:
+            return 1;
+    }
+}
+
 std::string channel_name(const PictureLayout& layout, std::size_t k) {
     if (layout.channels.size() == 1) return layout.channel_name;
     return std::string(1, "RGBA"[layout.channels[k]]);
@@ -68,11 +97,18 @@ std::vector<std::uint8_t> encode_as(const Encoding& picture, Imf::Header& header
                              channels * sizeof(Sample) * static_cast<std::size_t>(picture.width)));
     }
     Memory memory;
+    std::size_t table_end = 0;
     {
+        const EndsWithoutMemory guard;  // the library waits for ever for rows that it cannot hold
         Imf::OutputFile file(memory, header, 0);
+        table_end = memory.tellp();
         file.setFrameBuffer(buffer);
         file.writePixels(picture.height);
     }
+    // Rows that it had no memory to compress it leaves out without a word.
+    const std::size_t rows = rows_of(header.compression());
+    if (!memory.is_filled(table_end, (static_cast<std::size_t>(picture.height) + rows - 1) / rows))
+        throw std::bad_alloc();
     return std::move(memory.bytes);
 }
 

@@ -1,22 +1,41 @@
 // Noting failures of operator new.
 #include "scene/memory.h"
 
+#include <unistd.h>
+
 #include <atomic>
 #include <cerrno>
 #include <new>
+#include <string_view>
+
+#include "scene/errors.h"
+#include "scene/messages.h"
 
 namespace orvane {
 
 namespace {
 
-std::atomic<bool> has_failed = false;
+std::atomic<bool> has_failed = false, ends = false;
 
 void note_failure() {
     has_failed = true;
+    if (ends) {
+        tell_out_of_memory();
+        _exit(static_cast<int>(Exit::Memory));
+    }
     throw std::bad_alloc();
 }
 
 }  // namespace
+
+void tell_out_of_memory() {
+    constexpr std::string_view kLine = "orvane: fatal: out of memory\n";
+    if (verbosity() < static_cast<int>(Level::Fatal)) return;
+    if (write(STDERR_FILENO, kLine.data(), kLine.size()) < 0) return;
+}
+
+EndsWithoutMemory::EndsWithoutMemory() { ends = true; }
+EndsWithoutMemory::~EndsWithoutMemory() { ends = false; }
 
 void watch_memory() { std::set_new_handler(note_failure); }
 

@@ -15,4 +15,17 @@ bool memory_has_failed();
 void check_memory(int error = 0);
 void check_memory(const std::string& loader_error);
 
+// The last words of a program without memory, which need none.
+void tell_out_of_memory();
+
+// While it lives, a failure of operator new ends the program at once, with its exit status: for
+// libraries that do not come back from one. Nothing may be half written meanwhile.
+class EndsWithoutMemory {
+  public:
+    EndsWithoutMemory();
+    ~EndsWithoutMemory();
+    EndsWithoutMemory(const EndsWithoutMemory&) = delete;
+    EndsWithoutMemory& operator=(const EndsWithoutMemory&) = delete;
+};
+
 }  // namespace orvane
