@@ -220,7 +220,7 @@ TEST(Messages, WarnOnceOfEachKeywordThatIsSkipped) {
 TEST(Messages, KeepToTheVerbosityAndNameAFaultWithItsPlaceOnly) {
     parse("verbose on");
     EXPECT_EQ(verbosity(), 5);
-    parse("verbose 2", {.include_path = {}, .verbosity_fixed = true, .on_render = {}});
+    parse("verbose 2", {.include_path = {}, .fence = {}, .verbosity_fixed = true, .on_render = {}});
     EXPECT_EQ(verbosity(), static_cast<int>(Level::Error));
 
     testing::internal::CaptureStderr();
