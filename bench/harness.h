@@ -57,7 +57,7 @@ inline void with_frame(const std::string& text, const std::function<void(trace::
         std::string why;
         for (const auto& [name, place] : scene.libraries) libraries.link(name, why);
         world::PictureCache pictures;
-        world::World world(scene, command, libraries, pictures, {{folder}, {}}, {});
+        world::World world(scene, command, libraries, pictures, {{folder}, {}, {}}, {});
         trace::Frame frame(world);
         work(frame);
     };
