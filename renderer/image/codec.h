@@ -37,6 +37,12 @@ inline bool is_sound_size(std::int64_t width, std::int64_t height) {
     return width > 0 && height > 0 && width <= kMostPixels && width * height <= kMostPixels;
 }
 
+// Throws when a file of so many bytes cannot hold the picture that its header tells of: taken at
+// its word, a header of 300 bytes would take all memory. Blank pictures pack tightly, one bit for
+// a line of pixels at the best, so what takes little memory passes and the rest has a wide margin.
+void check_size(std::int64_t width, std::int64_t height, std::int64_t bytes_a_pixel,
+                const std::filesystem::path& file);
+
 bool is_png(const std::filesystem::path& file);
 Decoded decode_png(const std::filesystem::path& file, bool pixels);
 std::vector<std::uint8_t> encode_png(const Encoding& picture);

@@ -160,8 +160,9 @@ Decoded decode_png(const std::filesystem::path& file, bool pixels) {
     picture.height = static_cast<int>(png_get_image_height(reader.png, reader.info));
     picture.channels = png_get_channels(reader.png, reader.info);
     picture.is_8_bit = png_get_bit_depth(reader.png, reader.info) == 8;
-    if (pixels && is_sound_size(picture.width, picture.height))
-        picture.image = read_pixels(reader, picture);
+    if (!pixels) return picture;
+    check_size(picture.width, picture.height, picture.channels * (picture.is_8_bit ? 1 : 2), file);
+    picture.image = read_pixels(reader, picture);
     return picture;
 }
 

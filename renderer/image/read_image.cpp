@@ -39,11 +39,14 @@ Error cannot_read(const std::filesystem::path& file, const std::string& reason) 
                                   "\": " + (line.empty() ? "unknown error" : line));
 }
 
-// Refuses with the system's own words what is not a file that can be opened.
+// Refuses with the system's own words what cannot be opened. A pipe or a device might never end,
+// and pictures are read more than once.
 void check_file(const std::filesystem::path& file) {
-    if (std::error_code none; std::filesystem::is_directory(file, none)) {
-        throw cannot_read(file, std::strerror(EISDIR));
-    }
+    std::error_code error;
+    const std::filesystem::file_status status = std::filesystem::status(file, error);
+    if (std::filesystem::is_directory(status)) throw cannot_read(file, std::strerror(EISDIR));
+    if (std::filesystem::exists(status) && !std::filesystem::is_regular_file(status))
+        throw cannot_read(file, "it is not a regular file");
     if (std::ifstream(file, std::ios::binary)) return;
     check_memory(errno);
     throw cannot_read(file, std::strerror(errno));
@@ -73,7 +76,11 @@ Decoded decode_checked(const std::filesystem::path& file, bool pixels) {
         if (!is_sound_size(picture.width, picture.height))
             throw std::runtime_error("its size is not sound");
         return picture;
-    } catch (const std::runtime_error& fault) {
+    } catch (const std::bad_alloc&) {
+        throw;
+    } catch (const std::length_error&) {  // a library asked for more than any machine holds
+        throw cannot_read(file, "its size is not sound");
+    } catch (const std::exception& fault) {
         throw cannot_read(file, fault.what());
     }
 }

@@ -142,7 +142,8 @@ Decoded decode_other(const fs::path& file, bool pixels) {
                        header.format.is_floating_point(),
                        header.format == OIIO::TypeDesc::UINT8,
                        {}};
-    if (!pixels || !is_sound_size(header.width, header.height)) return picture;
+    if (!pixels) return picture;
+    check_size(header.width, header.height, static_cast<std::int64_t>(header.pixel_bytes()), file);
 
     // Read straight into the pixels, from the top row down.
     picture.image = Image(header.width, header.height);

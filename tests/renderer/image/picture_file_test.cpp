@@ -4,6 +4,7 @@
 
 #include <OpenImageIO/imageio.h>
 #include <sys/resource.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -255,7 +256,13 @@ TEST_F(PictureFile, UnreadableFilesAreNamedInOneLine) {
     std::ofstream(folder / "empty.exr");
     write_picture(all_bytes(), folder / "cut.tga", type("rgba"));
     fs::resize_file(folder / "cut.tga", 100);
-    for (const char* name : {"missing.png", "text.png", "empty.exr", "cut.tga", ""})
+    // A screen of 65535 x 65535 pixels in 13 bytes, 16000 x 16000 pixels in 18, and no end.
+    std::ofstream(folder / "screen.gif") << "GIF89a\xff\xff\xff\xff" << std::string(3, '\0');
+    std::ofstream(folder / "lie.tga")
+        << std::string("\0\0\x0a\0\0\0\0\0\0\0\0\0\x80\x3e\x80\x3e\x20\x08", 18);
+    ASSERT_EQ(mkfifo((folder / "pipe.png").c_str(), 0600), 0);
+    for (const char* name : {"missing.png", "text.png", "empty.exr", "cut.tga", "screen.gif",
+                             "lie.tga", "pipe.png", "", "/dev/zero"})
         expect_failure(
             [&] { read_image(folder / name, 1); }, Exit::Input,
             StartsWith("error: cannot read picture \"" + (folder / name).string() + "\": "));
