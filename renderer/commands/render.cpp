@@ -5,9 +5,11 @@
 #include <algorithm>
 #include <atomic>
 #include <csignal>
+#include <map>
 #include <set>
 #include <stdexcept>
 #include <string>
+#include <string_view>
 
 #include "commands/commands.h"
 #include "commands/program_folder.h"
@@ -95,7 +97,7 @@ class Session {
     }
 
     void link(const scene::Scene& scene);
-    void check_outputs(const world::World& world) const;
+    void check_outputs(const world::World& world);
     film::FrameBuffers shade(trace::Frame& frame, ProgressLine& progress) const;
     void advise(const trace::Frame& frame, const film::FrameBuffers& buffers);
     void put_out(trace::Frame& frame, const film::FrameBuffers& buffers,
@@ -108,6 +110,7 @@ class Session {
     RenderArguments arguments_;
     world::Folders folders_;
     std::set<std::string> advised_;
+    std::map<std::string, int> uses_;  // of the names of pictures
     plugin::Libraries libraries_;
     world::PictureCache pictures_;
     std::set<std::string> linked_;
@@ -184,14 +187,29 @@ void check_output(const scene::Output& output) {
     } catch (const std::invalid_argument& fault) {
         throw error_at(output.place, Exit::Output, fault.what());
     }
+    try {
+        image::check_picture_file(output.file);
+    } catch (const Error& fault) {
+        throw error_at(output.place, Exit::Output,
+                       std::string(fault.what()).substr(std::string_view("error: ").size()));
+    }
 }
 
-void Session::check_outputs(const world::World& world) const {
+void Session::check_outputs(const world::World& world) {
+    bool named = false;
+    if (arguments_.output.empty())
+        for (const scene::Output& output : world.scene_camera().outputs) {
+            if (output.file.empty()) continue;
+            named = true;
+            check_output(output);
+            if (++uses_[output.file] == 2)
+                message(Level::Warning, to_string(output.place) + ": warning: \"" + output.file +
+                                            "\" is written more than once: the last picture stays");
+        }
+    if (named) return;
     scene::Output own;
-    own.file = arguments_.output;
-    if (!own.file.empty()) return check_output(own);
-    for (const scene::Output& output : world.scene_camera().outputs)
-        if (!output.file.empty()) check_output(output);
+    own.file = picture_name(world);
+    check_output(own);
 }
 
 film::FrameBuffers Session::shade(trace::Frame& frame, ProgressLine& progress) const {

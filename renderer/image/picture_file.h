@@ -29,6 +29,10 @@ struct PictureSettings {
 // Names of the picture formats that can be written, for messages.
 bool is_known_format(const std::string& format);
 
+// Throws the Error that write_picture() would throw for the place of the file, as far as that is
+// known before there is a picture.
+void check_picture_file(const std::filesystem::path& file);
+
 // Writes the picture beside its final name and renames it when it is complete, creating the
 // folder when it is missing. NaN and infinities are stored as 0 and the largest finite value.
 // Throws Error (Exit::Output) with a line that names the file; nothing is left behind then.

@@ -68,7 +68,7 @@ TEST(Contract, OutputShadersChangeTheBuffers) {
 TEST(Contract, MediaTraceRaysOfTheirOwn) {
     for (const std::string depth : {"1 1 1", "2 2 2", "3 3 4", "2 2 4"}) {
         Scene s;
-        s.file = "z.exr";
+        s.file = "color.exr";
         s.options = "trace depth " + depth;
         s.camera =
             "volume \"probe_searching_volume\" () output \"z\" \"exr\" \"z.exr\" "

@@ -227,6 +227,19 @@ TEST_F(PictureFile, FailureNamesTheFileAndLeavesNothingBehind) {
     EXPECT_EQ(files(), 1);
     EXPECT_TRUE(same(read_image(folder / "old.tga", 1), image, kExactByte));
 
+    // What can be known beforehand; what killed runs left goes, what is no leftover stays.
+    fs::create_directory(folder / "a.png");
+    for (const fs::path& name :
+         {folder / "a.png", folder / std::string("a\0.png", 6),
+          folder / "old.tga" / "new" / "c.png", folder / (std::string(252, 'a') + ".png")})
+        expect_failure([&] { check_picture_file(name); }, Exit::Output, HasSubstr("cannot write"));
+    EXPECT_NO_THROW(check_picture_file(folder / "new" / "c.png"));
+    for (const char* name : {".b.png.999999999.part", ".b.png.1.part", ".b.png.part"})
+        std::ofstream(folder / name) << "half";
+    write_picture(image, folder / "b.png", type("rgba"));
+    EXPECT_EQ(files(), 5);
+    EXPECT_FALSE(fs::exists(folder / ".b.png.999999999.part"));
+
     // A device is written to, not replaced.
     PictureSettings png = type("rgba");
     png.format = "png";
