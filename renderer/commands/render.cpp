@@ -98,7 +98,8 @@ class Session {
 
     void link(const scene::Scene& scene);
     void check_outputs(const world::World& world);
-    film::FrameBuffers shade(trace::Frame& frame, ProgressLine& progress) const;
+    film::FrameBuffers shade(trace::Frame& frame, ProgressLine& progress,
+                             std::uint64_t& samples) const;
     void advise(const trace::Frame& frame, const film::FrameBuffers& buffers);
     void put_out(trace::Frame& frame, const film::FrameBuffers& buffers,
                  const scene::RenderCommand& command);
@@ -212,15 +213,18 @@ void Session::check_outputs(const world::World& world) {
     check_output(own);
 }
 
-film::FrameBuffers Session::shade(trace::Frame& frame, ProgressLine& progress) const {
+film::FrameBuffers Session::shade(trace::Frame& frame, ProgressLine& progress,
+                                  std::uint64_t& samples) const {
     const auto sample = [&frame](const film::SamplePlace& place) {
         const trace::Seen seen = frame.see(place.x, place.y, place.time, place.key, place.thread);
         return film::EyeSample{seen.color, seen.depth, seen.normal, seen.motion, seen.label};
     };
     const auto stop = [&frame] { return world::render_aborted() || frame.render.ending(); };
-    return film::render_film(
-        film_settings(frame.world, arguments_), sample,
-        [&progress](const film::Progress& now) { progress.report(now); }, stop);
+    const auto report = [&](const film::Progress& now) {
+        samples = now.samples;
+        progress.report(now);
+    };
+    return film::render_film(film_settings(frame.world, arguments_), sample, report, stop);
 }
 
 void Session::render(const scene::Scene& scene, const scene::RenderCommand& command) {
@@ -232,11 +236,14 @@ void Session::render(const scene::Scene& scene, const scene::RenderCommand& comm
                        {arguments_.resolution, arguments_.samples, arguments_.window});
     check_outputs(world);
     trace::Frame frame(world);
-    const film::FrameBuffers buffers = shade(frame, progress);
+    std::uint64_t samples = 0;
+    const film::FrameBuffers buffers = shade(frame, progress, samples);
     frame.render.check();
     progress.finish("frame " + std::to_string(frames_));
     advise(frame, buffers);
-    put_out(frame, buffers, command);
+
+    // A finished picture of an earlier run is worth more than one of nothing.
+    if (samples > 0 || !stopped()) put_out(frame, buffers, command);
     for (const std::string& leak : frame.close()) {
 #ifndef NDEBUG
         message(Level::Warning, "left allocated: " + leak);
@@ -319,6 +326,7 @@ void Session::write(const world::World& world, const film::FrameBuffers& buffers
     settings.desaturate = options.desaturate;
     settings.premultiply = options.premultiply;
     settings.dither = options.dither;
+    settings.hurried = world::render_aborted;
     settings.metadata = {{"orvane:scene", fs::path(arguments_.scene).filename().string()},
                          {"orvane:root", command.root},
                          {"orvane:camera", command.camera},

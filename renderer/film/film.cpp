@@ -257,7 +257,10 @@ class Film {
                 const std::size_t pixel = samples_.index(x, y);
                 if (!wanted[pixel]) continue;
                 if (stop_()) halted_ = true;
-                if (halted_) return;
+                if (halted_) {
+                    reporter_.add_samples(taken);
+                    return;
+                }
                 taken += sample_pixel(x, y, level, thread);
             }
             reporter_.add_samples(taken);
@@ -280,7 +283,7 @@ class Film {
             const EyeSample seen =
                 sample_({in_frame(x, offset.x), in_frame(y, offset.y), time, sample, thread});
             if (stop_()) halted_ = true;
-            if (halted_) return number - first;
+            if (halted_) return 0;
             samples_.add(pixel, number, finite(seen.color));
             if (number == 0) write_buffers(x, y, seen);
         }

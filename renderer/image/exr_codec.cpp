@@ -96,14 +96,21 @@ std::vector<std::uint8_t> encode_as(const Encoding& picture, Imf::Header& header
             name, Imf::Slice(type, reinterpret_cast<char*>(&values[k]), channels * sizeof(Sample),
                              channels * sizeof(Sample) * static_cast<std::size_t>(picture.width)));
     }
+    const bool hurried = picture.settings.hurried();
+    if (hurried) header.compression() = Imf::NO_COMPRESSION;
     Memory memory;
     std::size_t table_end = 0;
     {
         const EndsWithoutMemory guard;  // the library waits for ever for rows that it cannot hold
+        constexpr int kLines = 16;
         Imf::OutputFile file(memory, header, 0);
         table_end = memory.tellp();
         file.setFrameBuffer(buffer);
-        file.writePixels(picture.height);
+        for (int y = 0; y < picture.height; y += kLines) {
+            if (!hurried && picture.settings.hurried())
+                return encode_as(picture, header, type, values);
+            file.writePixels(std::min(kLines, picture.height - y));
+        }
     }
     // Rows that it had no memory to compress it leaves out without a word.
     const std::size_t rows = rows_of(header.compression());

@@ -24,6 +24,8 @@ struct PictureSettings {
     bool data_alpha = false;  // alpha is no coverage: files that can tell say so
     bool dither = true;       // integer formats of 8 bits: a fixed pattern of half a step
     std::map<std::string, std::string> metadata;  // for formats that carry it
+    // Once it is true the picture is wanted soon: it is stored without compression.
+    bool (*hurried)() = [] { return false; };
 };
 
 // Names of the picture formats that can be written, for messages.

@@ -110,11 +110,15 @@ int color_type(int channels) {
     return kTypes[channels - 1];
 }
 
-bool write_all(Writer& writer, const Encoding& picture, png_textp texts, int text_count,
-               png_bytep* rows, std::vector<std::uint8_t>* bytes) {
-    if (setjmp(png_jmpbuf(writer.png))) return false;
+enum class Written { All, Failed, TooSlow };
+
+Written write_all(Writer& writer, const Encoding& picture, png_textp texts, int text_count,
+                  png_bytep* rows, std::vector<std::uint8_t>* bytes) {
+    if (setjmp(png_jmpbuf(writer.png))) return Written::Failed;
+    const bool hurried = picture.settings.hurried();
     png_set_write_fn(writer.png, bytes, append, nullptr);
-    png_set_compression_level(writer.png, 4);
+    png_set_compression_level(writer.png, hurried ? 0 : 4);
+    if (hurried) png_set_filter(writer.png, PNG_FILTER_TYPE_BASE, PNG_FILTER_NONE);
     png_set_IHDR(writer.png, writer.info, static_cast<png_uint_32>(picture.width),
                  static_cast<png_uint_32>(picture.height),
                  picture.layout.sample == Sample::Byte ? 8 : 16,
@@ -123,9 +127,12 @@ bool write_all(Writer& writer, const Encoding& picture, png_textp texts, int tex
     png_set_text(writer.png, writer.info, texts, text_count);
     png_write_info(writer.png, writer.info);
     png_set_swap(writer.png);
-    png_write_image(writer.png, rows);
+    for (int y = 0; y < picture.height; ++y) {
+        if (!hurried && picture.settings.hurried()) return Written::TooSlow;
+        png_write_row(writer.png, rows[y]);
+    }
     png_write_end(writer.png, writer.info);
-    return true;
+    return Written::All;
 }
 
 png_text text_chunk(const std::string& key, const std::string& value) {
@@ -181,9 +188,15 @@ std::vector<std::uint8_t> encode_png(const Encoding& picture) {
 
     Writer writer;
     if (!writer.info) throw std::bad_alloc();
-    if (!write_all(writer, picture, texts.data(), static_cast<int>(texts.size()), rows.data(),
-                   &bytes))
-        throw std::runtime_error(writer.fault.text);
+    switch (write_all(writer, picture, texts.data(), static_cast<int>(texts.size()), rows.data(),
+                      &bytes)) {
+        case Written::Failed:
+            throw std::runtime_error(writer.fault.text);
+        case Written::TooSlow:
+            return encode_png(picture);
+        case Written::All:
+            break;
+    }
     return bytes;
 }
 

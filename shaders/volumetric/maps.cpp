@@ -100,6 +100,17 @@ miColor spheric_texel(const VolumeLight* light, miState* state, int i, int j) {
     return texel;
 }
 
+// Calls work(i, j) for the texels of a map, row by row. A row may take long: whether the render was
+// aborted is asked within it, too.
+template <typename Work>
+void for_each_texel(const VolumeLight* light, Work work) {
+    for (int i = 0; i < light->map_resolution; ++i)
+        for (int j = 0; j < light->map_resolution; ++j) {
+            if (j % 16 == 0 && mi_par_aborted()) return;
+            work(i, j);
+        }
+}
+
 // Unit direction from the light to the centre of a texel.
 miVector texel_direction(const VolumeLight* light, int i, int j) {
     miVector dir;
@@ -180,15 +191,13 @@ void qv_SetupPlanarDepthMap(VolumeLight* light, miState* state) {
 
 void qv_BuildPlanarIntenMap(VolumeLight* light, miState* state) {
     const miScalar inner = light->extent * std::tan(light->inner_angle);
-    for (int i = 0; i < light->map_resolution && !mi_par_aborted(); ++i)
-        for (int j = 0; j < light->map_resolution; ++j)
-            light->inten[i][j] = planar_texel(light, state, i, j, inner);
+    for_each_texel(
+        light, [&](int i, int j) { light->inten[i][j] = planar_texel(light, state, i, j, inner); });
 }
 
 void qv_BuildSphericIntenMap(VolumeLight* light, miState* state) {
-    for (int i = 0; i < light->map_resolution && !mi_par_aborted(); ++i)
-        for (int j = 0; j < light->map_resolution; ++j)
-            light->inten[i][j] = spheric_texel(light, state, i, j);
+    for_each_texel(light,
+                   [&](int i, int j) { light->inten[i][j] = spheric_texel(light, state, i, j); });
 }
 
 void qv_BuildDepthMap(VolumeShared* shared, VolumeLight* light, miState* state) {
@@ -201,12 +210,11 @@ void qv_BuildDepthMap(VolumeShared* shared, VolumeLight* light, miState* state) 
     const miInteger refraction_level = state->refraction_level;
     state->reflection_level = state->options->reflection_depth - 1;
     state->refraction_level = state->options->refraction_depth - 1;
-    for (int i = 0; i < light->map_resolution && !mi_par_aborted(); ++i)
-        for (int j = 0; j < light->map_resolution; ++j) {
-            shared->depth_row = i;
-            shared->depth_col = j;
-            trace_depth(light, state, i, j);
-        }
+    for_each_texel(light, [&](int i, int j) {
+        shared->depth_row = i;
+        shared->depth_col = j;
+        trace_depth(light, state, i, j);
+    });
 
     shared->depth_thread = -1;
     shared->depth_pass = 0;

@@ -33,7 +33,7 @@ OIIO::TypeDesc type_of(Sample sample) {
     }
 }
 
-OIIO::ImageSpec describe(const Encoding& picture) {
+OIIO::ImageSpec describe(const Encoding& picture, bool hurried) {
     const auto& [format, layout, settings, width, height, values] = picture;
     OIIO::ImageSpec header(width, height, static_cast<int>(layout.channels.size()),
                            type_of(layout.sample));
@@ -50,7 +50,7 @@ OIIO::ImageSpec describe(const Encoding& picture) {
     if (!tiff || divided || settings.data_alpha) header.attribute("oiio:UnassociatedAlpha", 1);
 
     std::string compression = settings.compression;
-    if (format.name == "tifu") compression = "none";
+    if (format.name == "tifu" || hurried) compression = "none";
     if (format.writer == "jpeg" && settings.quality >= 0) {
         compression = "jpeg:";
         compression += std::to_string(std::clamp(settings.quality, 1, 100));
@@ -88,14 +88,23 @@ class MemoryFile {
     int descriptor_;
 };
 
+struct TooSlow {};
+
+// Throws TooSlow when the picture gets urgent after its compression was chosen.
 void encode(OIIO::ImageOutput& output, const std::string& name, const OIIO::ImageSpec& header,
-            const std::vector<std::uint8_t>& values) {
+            const Encoding& picture, bool hurried) {
     const OIIO::TypeDesc given =
         header.format.is_floating_point() ? OIIO::TypeDesc::FLOAT : header.format;
-    if (!output.open(name, header) || !output.write_image(given, values.data()) ||
-        !output.close()) {
-        throw std::runtime_error(output.geterror());
-    }
+    if (!output.open(name, header)) throw std::runtime_error(output.geterror());
+    const auto ended = [](void* settings, float) {
+        return static_cast<const PictureSettings*>(settings)->hurried();
+    };
+    void* settings = const_cast<PictureSettings*>(&picture.settings);
+    const bool written =
+        output.write_image(given, picture.values.data(), OIIO::AutoStride, OIIO::AutoStride,
+                           OIIO::AutoStride, hurried ? nullptr : +ended, settings);
+    if (!hurried && picture.settings.hurried()) throw TooSlow{};
+    if (!written || !output.close()) throw std::runtime_error(output.geterror());
 }
 
 // Reads a picture back, since its writer may not have noticed that it was cut short.
@@ -109,21 +118,29 @@ void check_complete(const std::string& name, const PictureFormat& format) {
     }
 }
 
-std::vector<std::uint8_t> encode_other(const Encoding& picture) {
-    const OIIO::ImageSpec header = describe(picture);
+std::vector<std::uint8_t> encode_at(const Encoding& picture, bool hurried) {
+    const OIIO::ImageSpec header = describe(picture, hurried);
     const auto output = OIIO::ImageOutput::create(std::string(picture.format.writer));
     if (!output) throw std::runtime_error(OIIO::geterror());
 
     if (output->supports("ioproxy")) {
         OIIO::Filesystem::IOVecOutput memory;
         output->set_ioproxy(&memory);
-        encode(*output, "picture." + std::string(picture.format.name), header, picture.values);
+        encode(*output, "picture." + std::string(picture.format.name), header, picture, hurried);
         return std::move(memory.buffer());
     }
     const MemoryFile memory;
-    encode(*output, memory.name(), header, picture.values);
+    encode(*output, memory.name(), header, picture, hurried);
     check_complete(memory.name(), picture.format);
     return memory.bytes();
+}
+
+std::vector<std::uint8_t> encode_other(const Encoding& picture) {
+    try {
+        return encode_at(picture, picture.settings.hurried());
+    } catch (const TooSlow&) {
+        return encode_at(picture, true);
+    }
 }
 
 // What stands in a picture is taken as it is, not multiplied by alpha.
