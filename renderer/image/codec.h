@@ -28,7 +28,7 @@ struct Encoding {
 struct Decoded {
     int width, height, channels;
     bool is_float, is_8_bit;
-    Image image;  // channels in r, g, b, a as far as there are; empty when not asked for
+    std::shared_ptr<Texels> texels;  // rows bottom first; words of floats are halves
 };
 
 // Keeps a broken header from taking all memory: 4 GB are room for 16384 x 16384 pixels.

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 namespace orvane::image {
 namespace {
@@ -33,8 +34,11 @@ Image::Image(int width, int height)
       height_(height),
       pixels_(static_cast<std::size_t>(width) * static_cast<std::size_t>(height)) {}
 
+Image::Image(int width, int height, std::shared_ptr<const Texels> texels)
+    : width_(width), height_(height), texels_(std::move(texels)) {}
+
 miColor Image::lookup(float u, float v) const {
-    if (pixels_.empty() || !std::isfinite(u) || !std::isfinite(v)) return {0, 0, 0, 0};
+    if (width_ == 0 || !std::isfinite(u) || !std::isfinite(v)) return {0, 0, 0, 0};
     const float x = place(u, width_), y = place(v, height_);
     const int x0 = pixel_before(x, width_), y0 = pixel_before(y, height_);
     return blend(x0, pixel_behind(x0, width_), weight_behind(x), y0, pixel_behind(y0, height_),
@@ -42,7 +46,7 @@ miColor Image::lookup(float u, float v) const {
 }
 
 miColor Image::lookup_held(float u, float v) const {
-    if (pixels_.empty() || !std::isfinite(u) || !std::isfinite(v)) return {0, 0, 0, 0};
+    if (width_ == 0 || !std::isfinite(u) || !std::isfinite(v)) return {0, 0, 0, 0};
     const auto held = [](float at, int size) {
         return std::clamp(at * static_cast<float>(size) - 0.5f, 0.0f, static_cast<float>(size - 1));
     };
@@ -53,7 +57,7 @@ miColor Image::lookup_held(float u, float v) const {
 }
 
 miColor Image::blend(int x0, int x1, float right, int y0, int y1, float upper) const {
-    const miColor &a = at(x0, y0), &b = at(x1, y0), &c = at(x0, y1), &d = at(x1, y1);
+    const miColor a = at(x0, y0), b = at(x1, y0), c = at(x0, y1), d = at(x1, y1);
     const float left = 1 - right, lower = 1 - upper;
     const float wa = left * lower, wb = right * lower, wc = left * upper, wd = right * upper;
     return {a.r * wa + b.r * wb + c.r * wc + d.r * wd, a.g * wa + b.g * wb + c.g * wc + d.g * wd,

@@ -4,24 +4,31 @@
 #include <cstddef>
 #include <cstdint>
 #include <filesystem>
+#include <memory>
 #include <vector>
 
 #include "frame/types.h"
+#include "image/texels.h"
 
 namespace orvane::image {
 
 // Pixels of r, g, b, a as 32-bit floats, row 0 at the bottom, values as read or as rendered
-// (alpha is not multiplied into what was read; frame buffers are premultiplied).
+// (alpha is not multiplied into what was read; frame buffers are premultiplied). A texture is kept
+// as small as its file holds it, and can only be looked at.
 class Image {
   public:
     Image() = default;
     Image(int width, int height);  // all 0
+    Image(int width, int height, std::shared_ptr<const Texels> texels);
 
     int width() const { return width_; }
     int height() const { return height_; }
+    bool is_texture() const { return texels_ != nullptr; }
     miColor& at(int x, int y) { return pixels_[index(x, y)]; }
-    const miColor& at(int x, int y) const { return pixels_[index(x, y)]; }
-    const std::vector<miColor>& pixels() const { return pixels_; }
+    miColor at(int x, int y) const {
+        return texels_ ? texels_->color(index(x, y)) : pixels_[index(x, y)];
+    }
+    const std::vector<miColor>& pixels() const { return pixels_; }  // none of a texture
 
     // Colour at (u, v), bilinear between pixel centres (which lie at (x + 0.5) / width), the
     // image repeated in both directions. Black for an empty image or a coordinate that is not
@@ -42,6 +49,7 @@ class Image {
 
     int width_ = 0, height_ = 0;
     std::vector<miColor> pixels_;
+    std::shared_ptr<const Texels> texels_;
 };
 
 // What a picture file says of itself before its pixels.
@@ -59,8 +67,9 @@ bool is_picture_name(const std::filesystem::path& file);
 // missing alpha is 1. Values of integer formats are raised to 1 / gamma; those of float formats
 // stay. Throws Error (Exit::Input) with a line that names the file.
 Image read_image(const std::filesystem::path& file, float gamma);
+Image read_texture(const std::filesystem::path& file, float gamma);  // the same as a texture
 
-// An image from bytes of a scene text: rows bottom first, 3 or 4 components of depth 1, 2 or 4
+// A texture from bytes of a scene text: rows bottom first, 3 or 4 components of depth 1, 2 or 4
 // bytes (4: float, big-endian), whichever number of components fits. Throws
 // std::invalid_argument when none fits.
 Image image_from_bytes(int width, int height, int depth, const std::vector<std::uint8_t>& bytes,

@@ -18,5 +18,5 @@ void mi_img_get_color(void* image, miColor* color, int x, int y) {
 
 void mi_img_put_color(void* image, miColor* color, int x, int y) {
     auto* pixels = static_cast<Image*>(image);
-    if (contains(pixels, x, y)) pixels->at(x, y) = *color;
+    if (contains(pixels, x, y) && !pixels->is_texture()) pixels->at(x, y) = *color;
 }

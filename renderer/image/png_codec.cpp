@@ -70,33 +70,14 @@ bool read_rows(Reader& reader, png_bytep* rows) {
     return true;
 }
 
-template <typename Sample>
-void put_row(const std::uint8_t* bytes, int channels, float scale, int y, Image& image) {
-    const auto* next = reinterpret_cast<const Sample*>(bytes);
-    for (int x = 0; x < image.width(); ++x) {
-        float c[4] = {};
-        for (int k = 0; k < channels; ++k) c[k] = static_cast<float>(*next++) * scale;
-        image.at(x, y) = {c[0], c[1], c[2], c[3]};
-    }
-}
-
-Image read_pixels(Reader& reader, const Decoded& header) {
-    const std::size_t row_bytes = png_get_rowbytes(reader.png, reader.info);
-    const auto height = static_cast<std::size_t>(header.height);
-    std::vector<std::uint8_t> bytes(row_bytes * height);
-    std::vector<png_bytep> rows(height);
-    for (std::size_t y = 0; y < height; ++y) rows[y] = &bytes[y * row_bytes];
+std::shared_ptr<Texels> read_pixels(Reader& reader, const Decoded& header) {
+    auto texels =
+        std::make_shared<Texels>(header.width, header.height, header.channels,
+                                 header.is_8_bit ? Texels::Kind::Byte : Texels::Kind::Word);
+    std::vector<png_bytep> rows;
+    for (int y = header.height - 1; y >= 0; --y) rows.push_back(texels->row(y));
     if (!read_rows(reader, rows.data())) throw std::runtime_error(reader.fault.text);
-
-    Image image(header.width, header.height);
-    for (int y = 0; y < header.height; ++y) {
-        const std::uint8_t* row = rows[static_cast<std::size_t>(header.height - 1 - y)];
-        if (header.is_8_bit)
-            put_row<std::uint8_t>(row, header.channels, 1.0f / 255, y, image);
-        else
-            put_row<std::uint16_t>(row, header.channels, 1.0f / 65535, y, image);
-    }
-    return image;
+    return texels;
 }
 
 void append(png_structp png, png_bytep data, std::size_t size) {
@@ -169,7 +150,7 @@ Decoded decode_png(const std::filesystem::path& file, bool pixels) {
     picture.is_8_bit = png_get_bit_depth(reader.png, reader.info) == 8;
     if (!pixels) return picture;
     check_size(picture.width, picture.height, picture.channels * (picture.is_8_bit ? 1 : 2), file);
-    picture.image = read_pixels(reader, picture);
+    picture.texels = read_pixels(reader, picture);
     return picture;
 }
 

@@ -1,5 +1,7 @@
 // Images from picture files and from the bytes of a scene text.
 
+#include <half.h>
+
 #include <algorithm>
 #include <bit>
 #include <cctype>
@@ -7,9 +9,9 @@
 #include <cmath>
 #include <cstring>
 #include <fstream>
-#include <span>
 #include <stdexcept>
 #include <system_error>
+#include <utility>
 
 #include "image/codec.h"
 #include "image/image.h"
@@ -23,14 +25,6 @@ namespace {
 constexpr float kLargest = 1e38f;
 
 float finite(float x) { return std::isnan(x) ? 0 : std::clamp(x, -kLargest, kLargest); }
-
-void make_finite(miColor& c) { c = {finite(c.r), finite(c.g), finite(c.b), finite(c.a)}; }
-
-void raise(miColor& c, float exponent) {
-    c.r = std::pow(c.r, exponent);
-    c.g = std::pow(c.g, exponent);
-    c.b = std::pow(c.b, exponent);
-}
 
 Error cannot_read(const std::filesystem::path& file, const std::string& reason) {
     // The library's messages may go over several lines: the first one says what is wrong.
@@ -52,21 +46,39 @@ void check_file(const std::filesystem::path& file) {
     throw cannot_read(file, std::strerror(errno));
 }
 
-// Turns the channels that a file of 1, 2 or 3 channels has filled into r, g, b, a.
-void complete(std::span<miColor> pixels, int channels) {
-    if (channels > 3) return;
-    for (miColor& c : pixels) {
-        const float alpha = channels == 2 ? c.g : 1;
-        c = channels == 3 ? miColor{c.r, c.g, c.b, 1} : miColor{c.r, c.r, c.r, alpha};
+// Gives bytes and words their values: value(number), and that raised for colors of integers.
+template <typename Value>
+void give_values(Texels& texels, float gamma, Value value) {
+    std::vector<float> color(texels.kind() == Texels::Kind::Byte ? 256 : 65536);
+    for (std::uint32_t number = 0; number < color.size(); ++number) color[number] = value(number);
+    std::vector<float> alpha = color;
+    if (gamma != 1)
+        for (float& x : color) x = std::pow(x, 1 / gamma);
+    std::ranges::transform(color, color.begin(), finite);
+    std::ranges::transform(alpha, alpha.begin(), finite);
+    texels.set_values(std::move(color), std::move(alpha));
+}
+
+// Floats stand for themselves; gamma is of those that were read from integers.
+void mend_floats(Texels& texels, float gamma) {
+    auto* value = reinterpret_cast<float*>(texels.row(0));
+    const auto channels = static_cast<std::size_t>(texels.channels());
+    const std::size_t colors = channels - (texels.has_alpha() ? 1 : 0);
+    for (std::size_t i = 0; i < texels.size() * channels; ++i) {
+        if (gamma != 1 && i % channels < colors) value[i] = std::pow(value[i], 1 / gamma);
+        value[i] = finite(value[i]);
     }
 }
 
-// A big-endian number of the given bytes; 4 bytes are a float, fewer a fraction of 0..1.
-float component(const std::uint8_t* bytes, int depth) {
-    std::uint32_t value = 0;
-    for (int i = 0; i < depth; ++i) value = value << 8 | bytes[i];
-    if (depth == 4) return std::bit_cast<float>(value);
-    return static_cast<float>(value) / (depth == 1 ? 255.0f : 65535.0f);
+void give_meaning(Texels& texels, bool is_float, float gamma) {
+    if (is_float) gamma = 1;
+    if (texels.kind() == Texels::Kind::Float) return mend_floats(texels, gamma);
+    const float scale = texels.kind() == Texels::Kind::Byte ? 1.0f / 255 : 1.0f / 65535;
+    give_values(texels, gamma, [=](std::uint32_t number) {
+        return is_float
+                   ? static_cast<float>(half(half::FromBits, static_cast<std::uint16_t>(number)))
+                   : static_cast<float>(number) * scale;
+    });
 }
 
 Decoded decode_checked(const std::filesystem::path& file, bool pixels) {
@@ -103,16 +115,18 @@ bool is_picture_name(const std::filesystem::path& file) {
            std::string::npos;
 }
 
-Image read_image(const std::filesystem::path& file, float gamma) {
+Image read_texture(const std::filesystem::path& file, float gamma) {
     Decoded picture = decode_checked(file, true);
-    Image& image = picture.image;
-    const std::span<miColor> pixels(&image.at(0, 0), image.pixels().size());
-    complete(pixels, picture.channels);
-    if (gamma != 1 && !picture.is_float) {
-        for (miColor& c : pixels) raise(c, 1 / gamma);
-    }
-    std::ranges::for_each(pixels, make_finite);
-    return std::move(image);
+    give_meaning(*picture.texels, picture.is_float, gamma);
+    return {picture.width, picture.height, std::move(picture.texels)};
+}
+
+Image read_image(const std::filesystem::path& file, float gamma) {
+    const Image texture = read_texture(file, gamma);
+    Image image(texture.width(), texture.height());
+    for (int y = 0; y < image.height(); ++y)
+        for (int x = 0; x < image.width(); ++x) image.at(x, y) = texture.at(x, y);
+    return image;
 }
 
 Image image_from_bytes(int width, int height, int depth, const std::vector<std::uint8_t>& bytes,
@@ -128,24 +142,24 @@ Image image_from_bytes(int width, int height, int depth, const std::vector<std::
     if (bytes.size() != 3 * plane && bytes.size() != 4 * plane) {
         throw std::invalid_argument("the bytes are neither 3 nor 4 components a pixel");
     }
-    const bool has_alpha = bytes.size() == 4 * plane;
+    using Kind = Texels::Kind;
+    const Kind kind = depth == 1 ? Kind::Byte : depth == 2 ? Kind::Word : Kind::Float;
+    auto texels = std::make_shared<Texels>(width, height, bytes.size() == 4 * plane ? 4 : 3, kind);
 
-    Image image(width, height);
-    const std::uint8_t* next = bytes.data();
-    const auto take = [&] {
-        const float value = component(next, depth);
-        next += depth;
-        return value;
-    };
-    for (miColor& c : std::span(&image.at(0, 0), image.pixels().size())) {
-        c.r = take();
-        c.g = take();
-        c.b = take();
-        c.a = has_alpha ? take() : 1;
-        if (gamma != 1 && depth != 4) raise(c, 1 / gamma);
-        make_finite(c);
+    // The bytes of a number are swapped where the machine has the lowest first.
+    std::uint8_t* const kept = texels->row(0);
+    for (std::size_t i = 0; i < bytes.size(); ++i) {
+        const std::size_t last = static_cast<std::size_t>(depth) - 1;
+        kept[std::endian::native == std::endian::little ? i ^ last : i] = bytes[i];
     }
-    return image;
+    if (kind == Kind::Float) {
+        mend_floats(*texels, 1);
+    } else {
+        const float largest = kind == Kind::Byte ? 255 : 65535;
+        give_values(*texels, gamma,
+                    [=](std::uint32_t number) { return static_cast<float>(number) / largest; });
+    }
+    return {width, height, std::move(texels)};
 }
 
 }  // namespace orvane::image

@@ -89,7 +89,7 @@ std::shared_ptr<const image::Image> Builder::picture(const scene::Texture& sourc
     auto& cached = pictures_[{file, gamma}];
     if (cached) return cached;
     try {
-        cached = std::make_shared<image::Image>(image::read_image(file, gamma));
+        cached = std::make_shared<image::Image>(image::read_texture(file, gamma));
     } catch (const Error& fault) {
         std::string reason = fault.what();
         if (reason.starts_with("error: ")) reason.erase(0, 7);

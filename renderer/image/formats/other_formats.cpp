@@ -143,6 +143,17 @@ std::vector<std::uint8_t> encode_other(const Encoding& picture) {
     }
 }
 
+// How the numbers of a picture are kept: as they are, or as floats where they are of other kinds.
+std::pair<Texels::Kind, OIIO::TypeDesc> kept(const OIIO::ImageSpec& header) {
+    const OIIO::TypeDesc type = header.format;
+    if (header.channelformats.empty()) {
+        if (type == OIIO::TypeDesc::UINT8) return {Texels::Kind::Byte, type};
+        if (type == OIIO::TypeDesc::UINT16 || type == OIIO::TypeDesc::HALF)
+            return {Texels::Kind::Word, type};
+    }
+    return {Texels::Kind::Float, OIIO::TypeDesc::FLOAT};
+}
+
 // What stands in a picture is taken as it is, not multiplied by alpha.
 Decoded decode_other(const fs::path& file, bool pixels) {
     OIIO::ImageSpec config;
@@ -163,10 +174,11 @@ Decoded decode_other(const fs::path& file, bool pixels) {
     check_size(header.width, header.height, static_cast<std::int64_t>(header.pixel_bytes()), file);
 
     // Read straight into the pixels, from the top row down.
-    picture.image = Image(header.width, header.height);
-    constexpr auto kPixel = static_cast<OIIO::stride_t>(sizeof(miColor));
-    if (!input->read_image(0, 0, 0, picture.channels, OIIO::TypeDesc::FLOAT,
-                           &picture.image.at(0, header.height - 1), kPixel, -kPixel * header.width))
+    const auto [kind, type] = kept(header);
+    picture.texels = std::make_shared<Texels>(header.width, header.height, picture.channels, kind);
+    const auto row = static_cast<OIIO::stride_t>(picture.texels->row_bytes());
+    if (!input->read_image(0, 0, 0, picture.channels, type, picture.texels->row(header.height - 1),
+                           row / header.width, -row))
         throw std::runtime_error(input->geterror());
     return picture;
 }
