@@ -1,5 +1,4 @@
-"""Builds the airship and the drawing sheet of scenes/toon_wire.mi: python3 airship.py, writes
-../meshes and ../textures.
+"""Builds the airship and the drawing sheet of scenes/toon_wire.mi.
 
 The ship flies towards -z, is 48 long and has its axis on the origin's height; lengths are in
 metres. All quads are flat, so that their diagonals are no edges: turned bodies have such quads, and
@@ -7,13 +6,12 @@ so have turned bodies that are stretched, flattened or sheared.
 """
 
 import math
-import os
 
-from picture import clamp, mix, paint, write_png
+from parts import make
+from picture import clamp, mix, paint, png
 from robot import aim, tube, turned_part
 from shapes import Mesh
 
-SCENES = os.path.join(os.path.dirname(os.path.abspath(__file__)), "..")
 NOSE, TAIL, RADIUS = -24.0, 24.0, 5.4
 SIDES, PANES = 28, 22
 
@@ -273,8 +271,5 @@ PARTS = (
 )
 
 if __name__ == "__main__":
-    for name, build, remark in PARTS:
-        build().write(os.path.join(SCENES, "meshes", f"airship_{name}.mi"), f"airship_{name}",
-                      remark, "airship.py")
-    write_png(os.path.join(SCENES, "textures", "blueprint.png"),
-              paint(WIDTH, HEIGHT, sheet(), 1, 256))
+    make([(f"airship_{name}", build, remark) for name, build, remark in PARTS],
+         [("textures/blueprint.png", lambda: png(paint(WIDTH, HEIGHT, sheet(), 1, 256)))])

@@ -1,15 +1,14 @@
-"""Builds what lies on the desk of scenes/dusty.mi: python3 attic.py, writes ../meshes and ../slides.
+"""Builds what lies on the desk of scenes/dusty.mi.
 
 The desk's top is y = 0 and z points at who sits there; lengths are in squares of the chess board,
 which is 10 wide. Chessmen stand on their own y = 0, books lie where they are.
 """
 
 import math
-import os
 
-from chess import FOLDER, collar, foot
+from chess import collar, foot
 from harbour import put
-from picture import paint, smooth, write_png
+from parts import make
 from robot import tube, turned_part
 from shapes import Mesh, arc, curve
 
@@ -176,17 +175,6 @@ def spectacles():
     return mesh
 
 
-def window(u, v):
-    """A window of six panes, for the light; black around."""
-    light = 0.0
-    for column in range(2):
-        for row in range(3):
-            x, y = 0.26 + 0.25 * column, 0.13 + 0.25 * row
-            inside = min(u - x, x + 0.225 - u, v - y, y + 0.225 - v)
-            light = max(light, smooth(-0.008, 0.008, inside))
-    return (light, 0.97 * light, 0.9 * light)
-
-
 OBJECTS = [("king", king, "A chess king, 2.7 high."), ("queen", queen, "A chess queen, 2.3 high."),
            ("bishop", bishop, "A chess bishop, 2.1 high."), ("rook", rook, "A chess rook, 1.6 high."),
            ("attic_board", board, "The frame of a chess board."),
@@ -199,6 +187,4 @@ OBJECTS += [(f"attic_book{k}", lambda k=k: laid(0)[k],
              "The cover of a book on the desk.") for k in range(len(BOOKS))]
 
 if __name__ == "__main__":
-    for name, build, remark in OBJECTS:
-        build().write(os.path.join(FOLDER, name + ".mi"), name, remark, "attic.py")
-    write_png(os.path.join(FOLDER, "..", "slides", "window.png"), paint(256, 256, window, 3, 64))
+    make(OBJECTS)

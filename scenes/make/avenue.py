@@ -1,12 +1,10 @@
-"""Grows the tree of scenes/fog.mi: python3 avenue.py, writes ../meshes/tree.mi."""
+"""Grows the tree of scenes/fog.mi."""
 
 import math
-import os
 import random
 
+from parts import make
 from shapes import Mesh, normalised
-
-FOLDER = os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "meshes")
 
 
 def across(direction):
@@ -47,8 +45,11 @@ def limb(mesh, chance, start, direction, length, radius, level):
               closed=True)
 
 
-if __name__ == "__main__":
+def tree():
     mesh = Mesh()
     limb(mesh, random.Random(3), (0, -0.1, 0), (0, 1, 0), 6.5, 0.26, 0)
-    mesh.write(os.path.join(FOLDER, "tree.mi"), "tree", "A bare tree, its foot at the origin.",
-               "avenue.py")
+    return mesh
+
+
+if __name__ == "__main__":
+    make([("tree", tree, "A bare tree, its foot at the origin.")])

@@ -1,17 +1,16 @@
-"""Builds the twig of scenes/translucent.mi: python3 beech.py, writes ../meshes and ../textures.
+"""Builds the twig of scenes/translucent.mi.
 
 A leaf is 1 long: it grows from the origin along +y, with its upper side towards +z.
 """
 
 import math
-import os
 import random
 
-from picture import fractal, mix, noise, paint, scaled, smooth, write_png
+from parts import make
+from picture import fractal, mix, noise, paint, png, scaled, smooth
 from robot import tube
 from shapes import Mesh, curve
 
-SCENES = os.path.join(os.path.dirname(os.path.abspath(__file__)), "..")
 WIDTH = 0.31  # half the widest part of a leaf
 VEINS, SLOPE = 8.5, 0.75  # side veins along the blade, and how steeply they rise
 
@@ -134,13 +133,14 @@ def lantern():
     return mesh
 
 
+OBJECTS = (("leaf", lambda: leaf(0.10, 0.16, 0.006, 0), "A leaf of length 1 along +y."),
+           ("leaf_bent", lambda: leaf(0.34, 0.30, 0.010, 2),
+            "A leaf of length 1 along +y whose tip falls back."),
+           ("twig", twig, "A twig from x = -3.6 to 3.1."),
+           ("lantern", lantern, "A paper lantern, 1.9 high."))
+
 if __name__ == "__main__":
-    for name, mesh, remark in (
-            ("leaf", leaf(0.10, 0.16, 0.006, 0), "A leaf of length 1 along +y."),
-            ("leaf_bent", leaf(0.34, 0.30, 0.010, 2), "A leaf of length 1 along +y whose tip falls back."),
-            ("twig", twig(), "A twig from x = -3.6 to 3.1."),
-            ("lantern", lantern(), "A paper lantern, 1.9 high.")):
-        mesh.write(os.path.join(SCENES, "meshes", name + ".mi"), name, remark, "beech.py")
-    for name, painter, size in (("leaf", leaf_color, (288, 400)), ("leaf_light", leaf_light, (288, 400)),
-                                ("glade", glade, (480, 270))):
-        write_png(os.path.join(SCENES, "textures", name + ".png"), paint(*size, painter, 2, 128))
+    make(OBJECTS, [(f"textures/{name}.png", lambda p=painter, s=size: png(paint(*s, p, 2, 128)))
+                   for name, painter, size in (("leaf", leaf_color, (288, 400)),
+                                               ("leaf_light", leaf_light, (288, 400)),
+                                               ("glade", glade, (480, 270)))])

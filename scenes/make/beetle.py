@@ -1,16 +1,14 @@
-"""Builds the beetle of scenes/trispec.mi: python3 beetle.py, writes ../meshes.
+"""Builds the beetle of scenes/trispec.mi.
 
 It lies on y = 0, looks along -z and is 2 long without its horns and legs. Shell and limbs are objects
 of their own.
 """
 
 import math
-import os
 
+from parts import make
 from robot import tube
 from shapes import Mesh, curve
-
-FOLDER = os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "meshes")
 
 
 def vault(mesh, start, end, half, rows, columns, low=-105, high=105, fold=lambda a, t: 1.0):
@@ -86,5 +84,4 @@ OBJECTS = (("beetle_shell", shell, "The shell of a beetle that looks along -z.")
            ("beetle_limbs", limbs, "The beetle's legs, feelers and eyes."))
 
 if __name__ == "__main__":
-    for name, build, remark in OBJECTS:
-        build().write(os.path.join(FOLDER, name + ".mi"), name, remark, "beetle.py")
+    make(OBJECTS)

@@ -1,17 +1,16 @@
-"""Piles up the blocks of scenes/cam_proj.mi: python3 blocks.py, writes ../meshes and ../textures.
+"""Piles up the blocks of scenes/cam_proj.mi.
 
 The pile stands on y = 0 about the origin, 8 wide and 4.4 high, its front towards +z. poster.png is
 what is thrown on it: a sun over mountains and a lake, 16 : 9. Lengths are in metres.
 """
 
 import math
-import os
 
 from harbour import put
-from picture import mix, noise, paint, scaled, smooth, write_png
+from parts import make
+from picture import mix, noise, paint, png, scaled, smooth
 from shapes import Mesh
 
-SCENES = os.path.join(os.path.dirname(os.path.abspath(__file__)), "..")
 
 # Middle x, foot y, middle z, width, height, depth, turn in degrees.
 PILE = ((-3.0, 0, -0.6, 1.5, 1.7, 1.3, 14), (-1.35, 0, 0.1, 1.4, 1.2, 1.3, -10),
@@ -121,6 +120,5 @@ def poster(u, v):
 
 
 if __name__ == "__main__":
-    blocks().write(os.path.join(SCENES, "meshes", "blocks.mi"), "blocks",
-                   "A pile of white blocks, 8 wide and 4.4 high, on y = 0.", "blocks.py")
-    write_png(os.path.join(SCENES, "textures", "poster.png"), paint(800, 450, poster, 2, 64))
+    make([("blocks", blocks, "A pile of white blocks, 8 wide and 4.4 high, on y = 0.")],
+         [("textures/poster.png", lambda: png(paint(800, 450, poster, 2, 64)))])

@@ -1,20 +1,17 @@
-"""Builds the camp of scenes/hot_stuff.mi: python3 campfire.py, writes ../meshes and
-../hot_stuff_frames.mi.
+"""Builds the camp of scenes/hot_stuff.mi.
 
 The fire burns at the origin; lengths are in metres, y = 0 is the ground. The flames' mesh has its
 y = 0 a little lower, where the wood lies.
 """
 
 import math
-import os
 
 from harbour import put, rock
+from parts import make
 from picture import fractal, noise
-from place import axes_of, transform
 from robot import aim, tube, turned_part
 from shapes import Mesh
 
-SCENES = os.path.join(os.path.dirname(os.path.abspath(__file__)), "..")
 
 
 def tongue(x, z, radius, tall, seed, lean=0.0):
@@ -212,48 +209,5 @@ PARTS = (
     ("ground", ground, "A clearing, 48 wide."), ("grass", grass, "Tufts of grass around the clearing."),
 )
 
-FRAMES = '''# A second of the camp fire: scenes/hot_stuff.mi from nearer, in 24 frames. Hot_Stuff moves with
-# the frame time, which is the second number of the camera's frame.
-#
-#     orvane render scenes/hot_stuff_frames.mi
-#
-# writes out/hot_stuff_0001.png and so on. scenes/make/campfire.py wrote this file.
-
-set "frames" "on"           # keeps the scene from rendering its own picture
-$include "hot_stuff.mi"
-
-incremental options "opt" samples 0 1 end options
-incremental camera "cam" focal 58  aspect 1.33333  resolution 320 240 end camera
-# place.py -0.5 1.1 5.6 --target 0 0.75 0
-incremental instance "cam_inst"
-    transform
-@PLACE@
-end instance
-'''
-
-
-FRAME = '''
-incremental camera "cam" output "rgb" "png" "out/hot_stuff_{0:04}.png"  frame {0} {1:.4f} end camera
-incremental light "fire"
-    "Orvane_Light" ( "color" 1 .58 .24, "intensity" {2:.3f}, "shadow" on, "attenuation" on, "atten_end" 12 )
-end light
-render "root" "cam_inst" "opt"
-'''
-
-
-def frames():
-    """The text of the animation: a render for every frame, the fire's light flickering."""
-    eye, target = (-0.5, 1.1, 5.6), (0, 0.75, 0)
-    place = transform(eye, axes_of(eye, target, (0, 1, 0)), 1)
-    rows = ["        " + "  ".join(f"{v:.6g}" if abs(v) > 5e-7 else "0" for v in row) for row in place]
-    flicker = [1 + 0.10 * math.sin(1.9 * k) + 0.07 * math.sin(4.3 * k + 1) for k in range(24)]
-    return FRAMES.replace("@PLACE@", "\n".join(rows)) + "".join(
-        FRAME.format(k + 1, k / 24, 2.2 * f) for k, f in enumerate(flicker))
-
-
 if __name__ == "__main__":
-    for name, build, remark in PARTS:
-        build().write(os.path.join(SCENES, "meshes", f"camp_{name}.mi"), f"camp_{name}", remark,
-                      "campfire.py")
-    with open(os.path.join(SCENES, "hot_stuff_frames.mi"), "w", encoding="ascii") as file:
-        file.write(frames())
+    make([(f"camp_{name}", build, remark) for name, build, remark in PARTS])

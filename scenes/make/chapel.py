@@ -1,18 +1,17 @@
-"""Builds the chapel of scenes/beams.mi: python3 chapel.py, writes ../meshes and ../slides.
+"""Builds the chapel of scenes/beams.mi.
 
 The nave is 8 wide and 24 long; its walls are the planes x = -4 and 4, the wall with the wheel
 window is z = -14. Lengths are in metres.
 """
 
 import math
-import os
 
 from harbour import put
-from picture import mix, paint, scaled, smooth, write_png
+from parts import make
+from picture import mix, paint, png, scaled, smooth
 from shapes import Mesh, arc, curve
 from slides import COBALT, CREAM, EMERALD, GOLD, RUBY, SKY, VIOLET, glass
 
-SCENES = os.path.join(os.path.dirname(os.path.abspath(__file__)), "..")
 HALF, SPRING, BACK, FRONT, BAY = 4.0, 5.2, -14.0, 10.0, 4.0
 WALL = 0.5                              # thickness of all walls
 SILL, SHOULDER, WIDTH = 1.9, 3.6, 1.4   # of a lancet
@@ -236,6 +235,4 @@ OBJECTS = (
 )
 
 if __name__ == "__main__":
-    for name, build, remark in OBJECTS:
-        build().write(os.path.join(SCENES, "meshes", name + ".mi"), name, remark, "chapel.py")
-    write_png(os.path.join(SCENES, "slides", "lancet.png"), paint(512, 512, lancet, 2))
+    make(OBJECTS, [("slides/lancet.png", lambda: png(paint(512, 512, lancet, 2)))])

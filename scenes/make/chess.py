@@ -1,15 +1,11 @@
-"""Builds the chessmen of scenes/strauss.mi and of the figures of materials: python3 chess.py,
-writes ../meshes.
+"""Builds the chessmen of scenes/strauss.mi and of the figures of materials.
 
 They stand on y = 0. A pawn is 1.5 high and has what materials are judged by: a ball, a hollow
 waist, a thin collar and a stepped foot.
 """
 
-import os
-
+from parts import make
 from shapes import Mesh, arc, curve
-
-FOLDER = os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "meshes")
 
 
 def foot():
@@ -50,5 +46,4 @@ OBJECTS = (("pawn", pawn, "A chess pawn, 1.5 high."),
            ("chess_stand", stand, "Four steps for chessmen, along x, before a wall."))
 
 if __name__ == "__main__":
-    for name, build, remark in OBJECTS:
-        build().write(os.path.join(FOLDER, name + ".mi"), name, remark, "chess.py")
+    make(OBJECTS)

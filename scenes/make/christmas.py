@@ -1,18 +1,15 @@
-"""Builds the tree's ornaments of scenes/xmasball.mi and paints its room: python3 christmas.py, writes
-../meshes and ../textures.
+"""Builds the tree's ornaments of scenes/xmasball.mi and paints its room.
 
 Ornaments hang from the origin: their cap's ring is there, and they reach down along -y.
 """
 
 import math
-import os
 import random
 
-from picture import fractal, mix, paint, smooth, write_png
+from parts import make
+from picture import fractal, mix, paint, png, smooth
 from robot import aim, tube, turned_part
 from shapes import Mesh, arc, curve, normalised
-
-SCENES = os.path.join(os.path.dirname(os.path.abspath(__file__)), "..")
 
 
 def cap():
@@ -180,6 +177,4 @@ PARTS = (("bauble_cap", cap, "The cap of a bauble and the thread that it hangs f
          ("fir_branch", branch, "A bare branch of a fir."))
 
 if __name__ == "__main__":
-    for name, build, remark in PARTS:
-        build().write(os.path.join(SCENES, "meshes", name + ".mi"), name, remark, "christmas.py")
-    write_png(os.path.join(SCENES, "textures", "parlour.png"), paint(768, 384, room, 1, 256))
+    make(PARTS, [("textures/parlour.png", lambda: png(paint(768, 384, room, 1, 256)))])

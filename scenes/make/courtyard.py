@@ -1,19 +1,17 @@
-"""Paints the plate of scenes/shadow_matte.mi and makes bricks and torch of scenes/peekaboo.mi:
-python3 courtyard.py, writes ../textures and ../meshes.
+"""Paints the plate of scenes/shadow_matte.mi and makes bricks and torch of scenes/peekaboo.mi.
 
 The plate stands for a photograph: a courtyard as the scene's camera sees it, the paving at y = 0 and a
 wall at z = -1.5. The sun shines along SUN, where the scene's key light shines along as well.
 """
 
 import math
-import os
 
-from picture import clamp, fractal, mix, noise, paint, scaled, smooth, write_png
+from parts import make
+from picture import clamp, fractal, mix, noise, paint, png, scaled, smooth
 from place import axes_of
 from robot import aim, turned_part
 from shapes import Mesh
 
-SCENES = os.path.join(os.path.dirname(os.path.abspath(__file__)), "..")
 CAMERA, TARGET, FOCAL = (0.4, 2.1, 7.4), (0.4, 1.28, 0.0), 40 / 36  # focal length over aperture
 SUN = (0.72, -0.62, -0.62)
 WALL = -1.5
@@ -155,7 +153,6 @@ def torch():
 
 
 if __name__ == "__main__":
-    write_png(os.path.join(SCENES, "textures", "bricks.png"), paint(512, 512, bricks, 1, 48))
-    write_png(os.path.join(SCENES, "textures", "courtyard.png"), paint(960, 540, plate, 1, 64))
-    torch().write(os.path.join(SCENES, "meshes", "torch.mi"), "torch", "A torch that shines along -z.",
-                  "courtyard.py")
+    make([("torch", torch, "A torch that shines along -z.")],
+         [("textures/bricks.png", lambda: png(paint(512, 512, bricks, 1, 48))),
+          ("textures/courtyard.png", lambda: png(paint(960, 540, plate, 1, 64)))])

@@ -1,4 +1,4 @@
-"""Builds the armchair of scenes/velvet.mi: python3 furniture.py, writes ../meshes.
+"""Builds the armchair of scenes/velvet.mi.
 
 The chair stands on y = 0, faces +z and is 0.95 high; all of its parts share its origin. The shell goes
 around the seat as a U: one surface whose section is a tufted inside, a roll on top and a smooth
@@ -6,13 +6,12 @@ outside.
 """
 
 import math
-import os
 
+from parts import make
 from picture import smooth
 from robot import tube, turned_part
 from shapes import Mesh, curve
 
-FOLDER = os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "meshes")
 STRAIGHT, BEND = 0.40, 0.33  # the U's arms, and the radius of its back
 
 
@@ -204,7 +203,6 @@ PARTS = (("shell", shell, "The tufted shell of an armchair that faces +z, 0.95 h
          ("legs", legs, "Its legs."))
 
 if __name__ == "__main__":
-    for name, build, remark in [*((f"armchair_{n}", b, r) for n, b, r in PARTS),
-                                ("pillow", pillow, "A square pillow, 0.42 wide, that faces +z."),
-                                ("curtain", curtain, "A curtain, 2.6 high, gathered to the left.")]:
-        build().write(os.path.join(FOLDER, name + ".mi"), name, remark, "furniture.py")
+    make([*((f"armchair_{n}", b, r) for n, b, r in PARTS),
+          ("pillow", pillow, "A square pillow, 0.42 wide, that faces +z."),
+          ("curtain", curtain, "A curtain, 2.6 high, gathered to the left.")])

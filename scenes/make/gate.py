@@ -1,17 +1,16 @@
-"""Builds the gate of scenes/static_cling.mi: python3 gate.py, writes ../meshes.
+"""Builds the gate of scenes/static_cling.mi.
 
 The gate stands on y = 0, faces +z and has its middle at x = 0; its opening is 2.5 wide and 4.1 high.
 Lengths are in metres.
 """
 
 import math
-import os
 
 from harbour import put
+from parts import make
 from picture import fractal, noise
 from shapes import Mesh
 
-FOLDER = os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "meshes")
 HALF, SPRING = 1.25, 2.85  # half the opening's width, and the height where its arch begins
 
 
@@ -169,5 +168,4 @@ OBJECTS = (
 )
 
 if __name__ == "__main__":
-    for name, build, remark in OBJECTS:
-        build().write(os.path.join(FOLDER, f"gate_{name}.mi"), f"gate_{name}", remark, "gate.py")
+    make([(f"gate_{name}", build, remark) for name, build, remark in OBJECTS])

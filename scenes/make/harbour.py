@@ -1,16 +1,14 @@
-"""Builds the harbour of scenes/flare.mi: python3 harbour.py, writes ../meshes and ../textures.
+"""Builds the harbour of scenes/flare.mi.
 
 Objects stand on their own origin: y = 0 is the water for what floats or stands in it. Lengths are
 in metres.
 """
 
 import math
-import os
 
-from picture import clamp, fractal, mix, noise, paint, scaled, smooth, write_png
+from parts import make
+from picture import clamp, fractal, mix, noise, paint, png, scaled, smooth
 from shapes import Mesh, arc, curve
-
-SCENES = os.path.join(os.path.dirname(os.path.abspath(__file__)), "..")
 
 
 def put(mesh, part, x=0.0, y=0.0, z=0.0, turn=0.0):
@@ -272,7 +270,5 @@ OBJECTS = (
 )
 
 if __name__ == "__main__":
-    for name, build, remark in OBJECTS:
-        build().write(os.path.join(SCENES, "meshes", name + ".mi"), name, remark, "harbour.py")
-    write_png(os.path.join(SCENES, "textures", "dusk.png"), paint(1024, 320, dusk, 1, 256))
-    write_png(os.path.join(SCENES, "textures", "ripples.png"), paint(256, 256, ripples, 1, 256))
+    make(OBJECTS, [("textures/dusk.png", lambda: png(paint(1024, 320, dusk, 1, 256))),
+                   ("textures/ripples.png", lambda: png(paint(256, 256, ripples, 1, 256)))])

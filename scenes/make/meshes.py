@@ -1,14 +1,12 @@
-"""Builds the objects that the scenes share: python3 meshes.py, writes ../meshes.
+"""Builds the objects that the scenes share.
 
 Each object stands on its own origin (y = 0 is its foot) unless its remark says otherwise.
 """
 
 import math
-import os
 
+from parts import make
 from shapes import Mesh, arc, curve
-
-FOLDER = os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "meshes")
 
 
 def vase():
@@ -162,6 +160,4 @@ OBJECTS = (
 )
 
 if __name__ == "__main__":
-    os.makedirs(FOLDER, exist_ok=True)
-    for name, build, remark in OBJECTS:
-        build().write(os.path.join(FOLDER, name + ".mi"), name, remark)
+    make(OBJECTS)

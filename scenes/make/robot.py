@@ -1,5 +1,4 @@
-"""Builds the toy robot and the meadow of scenes/toon.mi: python3 robot.py, writes ../meshes and
-../textures.
+"""Builds the toy robot and the meadow of scenes/toon.mi.
 
 The robot stands on y = 0, looks along +z and is 2.3 high; all of its parts share its origin. Each
 part that wants a line of its own against the others is an object of its own. Where runs of a
@@ -7,13 +6,11 @@ profile meet, normals are split, and that is where creases are drawn.
 """
 
 import math
-import os
 
 from harbour import put
-from picture import clamp, mix, paint, smooth, write_png
+from parts import make
+from picture import clamp, mix, paint, png, smooth
 from shapes import Mesh, arc, curve, normalised
-
-SCENES = os.path.join(os.path.dirname(os.path.abspath(__file__)), "..")
 
 
 def cross(a, b):
@@ -288,9 +285,6 @@ PARTS = (
 )
 
 if __name__ == "__main__":
-    for name, build, remark in PARTS:
-        build().write(os.path.join(SCENES, "meshes", f"robot_{name}.mi"), f"robot_{name}", remark,
-                      "robot.py")
-    knoll().write(os.path.join(SCENES, "meshes", "knoll.mi"), "knoll",
-                  "A green hill: the top of a ball of radius 30.", "robot.py")
-    write_png(os.path.join(SCENES, "textures", "sunrays.png"), paint(1280, 720, sky, 1, 256))
+    make([*((f"robot_{name}", build, remark) for name, build, remark in PARTS),
+          ("knoll", knoll, "A green hill: the top of a ball of radius 30.")],
+         [("textures/sunrays.png", lambda: png(paint(1280, 720, sky, 1, 256)))])

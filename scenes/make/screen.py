@@ -1,16 +1,13 @@
-"""Builds the frame of scenes/frosty.mi: python3 screen.py, writes ../meshes/screen.mi.
+"""Builds the frame of scenes/frosty.mi.
 
 Lengths are in decimetres. Four openings, 1.9 wide and 3.9 high, stand side by side about x = 0 in the
 plane z = 0, on a rail with feet.
 """
 
-import os
-
-from robot import turned_part
 from harbour import put
+from parts import make
+from robot import turned_part
 from shapes import Mesh, arc
-
-FOLDER = os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "meshes")
 
 
 def bar(mesh, low, high, edge=0.03):
@@ -47,4 +44,4 @@ def screen():
 
 
 if __name__ == "__main__":
-    screen().write(os.path.join(FOLDER, "screen.mi"), "screen", "A frame with four openings, 4.25 high.", "screen.py")
+    make([("screen", screen, "A frame with four openings, 4.25 high.")])

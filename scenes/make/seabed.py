@@ -1,17 +1,15 @@
-"""Builds the seabed of scenes/dense_vol.mi: python3 seabed.py, writes ../meshes and ../slides.
+"""Builds the seabed of scenes/dense_vol.mi.
 
 caustics.png is the pattern of light below waves, for a slide: it repeats. Lengths are in metres.
 """
 
 import math
-import os
 import random
 
 from harbour import put
-from picture import fractal, noise, paint, smooth, write_png
+from parts import make
+from picture import fractal, noise, paint, png, smooth
 from shapes import Mesh, curve
-
-SCENES = os.path.join(os.path.dirname(os.path.abspath(__file__)), "..")
 
 
 def sand():
@@ -111,6 +109,4 @@ OBJECTS = (
 )
 
 if __name__ == "__main__":
-    for name, build, remark in OBJECTS:
-        build().write(os.path.join(SCENES, "meshes", name + ".mi"), name, remark, "seabed.py")
-    write_png(os.path.join(SCENES, "slides", "caustics.png"), paint(320, 320, caustics, 1, 64))
+    make(OBJECTS, [("slides/caustics.png", lambda: png(paint(320, 320, caustics, 1, 64)))])

@@ -1,10 +1,15 @@
 """Meshes for the scenes: lathe, extrusion, sphere and ring, written as .mi objects.
 
 Lengths are in metres, +y is up, faces are counter-clockwise seen from outside. Every vertex has
-a point, a normal and one texture coordinate. Standard library only.
+a point, a normal and one texture coordinate.
 """
 
+import itertools
 import math
+
+import numpy
+
+DECIMALS = 4  # of the numbers in a mesh's text
 
 
 def _cross(a, b):
@@ -76,36 +81,47 @@ class Mesh:
         Normals are the sums of the neighbouring faces' normals. closed: the last column lies on
         the first. facets: each strip between two columns keeps normals of its own.
         """
-        rows, columns = len(points), len(points[0])
+        at = numpy.array(points, float)
+        rows, columns = at.shape[:2]
 
-        # Give each cell the cross product of its diagonals.
-        cell = [[_cross(_sub(points[i + 1][j + 1], points[i][j]),
-                        _sub(points[i + 1][j], points[i][j + 1]))
-                 for j in range(columns - 1)] for i in range(rows - 1)]
+        # Give each cell the cross product of its diagonals, and the grid a margin without any.
+        cell = numpy.zeros((rows + 1, columns + 1, 3))
+        cell[1:-1, 1:-1] = numpy.stack(_cross(
+            numpy.moveaxis(at[1:, 1:] - at[:-1, :-1], 2, 0),
+            numpy.moveaxis(at[1:, :-1] - at[:-1, 1:], 2, 0)), axis=2)
+        if closed:
+            cell[:, 0], cell[:, -1] = cell[:, -2], cell[:, 1]
+        below, above = cell[:-1], cell[1:]
+        left = right = unit_rows(below[:, 1:-1] + above[:, 1:-1])
+        if not facets:
+            normals = unit_rows(below[:, :-1] + below[:, 1:] + above[:, :-1] + above[:, 1:])
+            left, right = normals[:, :-1], normals[:, 1:]
 
-        def normal(i, j, strip):
-            if len({tuple(round(c, 7) for c in p) for p in points[i]}) == 1:
-                strips = range(columns - 1)  # a pole touches every strip
-            elif facets:
-                strips = (strip,)
-            else:
-                strips = {k % (columns - 1) if closed else k for k in (j - 1, j)}
-            total = (0.0, 0.0, 0.0)
-            for r in (i - 1, i):
-                for k in strips:
-                    if 0 <= r < rows - 1 and 0 <= k < columns - 1:
-                        total = _add(total, cell[r][k])
-            return normalised(total)
+        # A pole touches every strip.
+        for i in numpy.flatnonzero((at.round(7) == at[:, :1].round(7)).all(axis=(1, 2))):
+            around = numpy.concatenate((below[i, 1:-1], above[i, 1:-1]))
+            left[i] = right[i] = unit_rows(around.cumsum(axis=0)[-1])
+        self._cells(at, (left[:-1], right[:-1], right[1:], left[1:]), numpy.array(texture, float))
 
-        for i in range(rows - 1):
-            for j in range(columns - 1):
-                corners = []
-                for r, k in ((i, j), (i, j + 1), (i + 1, j + 1), (i + 1, j)):
-                    corner = (points[r][k], normal(r, k, j), texture[r][k])
-                    if all(math.dist(corner[0], c[0]) > 1e-6 for c in corners):
-                        corners.append(corner)
-                if len(corners) > 2:
-                    self.face(corners)
+    def _cells(self, at, normals, texture):
+        """A face for each cell of a grid whose corners, those that coincide taken as one, are three
+        at least. normals: four arrays, for the corners of each cell."""
+        def corners(values):
+            return values[:-1, :-1], values[:-1, 1:], values[1:, 1:], values[1:, :-1]
+
+        places = corners(at)
+        kept = []
+        for k, place in enumerate(places):
+            own = numpy.ones(place.shape[:2], bool)
+            for other, known in zip(places, kept):
+                own &= ~known | (numpy.sqrt(((place - other) ** 2).sum(axis=2)) > 1e-6)
+            kept.append(own)
+        parts = [numpy.stack(four, axis=2).reshape(-1, 4, 3).tolist()
+                 for four in (places, normals, corners(texture))]
+        for keep, p, n, t in zip(numpy.stack(kept, axis=2).reshape(-1, 4).tolist(), *parts):
+            face = [(tuple(p[c]), tuple(n[c]), tuple(t[c])) for c in range(4) if keep[c]]
+            if len(face) > 2:
+                self.face(face)
 
     def lathe(self, runs, segments=48, facets=False, radius_at=None):
         """Turns a profile about the y axis.
@@ -116,34 +132,35 @@ class Mesh:
         """
         total = sum(math.dist(a, b) for run in runs for a, b in zip(run, run[1:]))
         length = 0.0
+        angles = [2 * math.pi * (s % segments) / segments for s in range(segments + 1)]
+        turns = [(a, math.sin(a), math.cos(a)) for a in angles]
         for run in runs:
             points, texture = [], []
             for k, (radius, y) in enumerate(run):
                 length += math.dist(run[k - 1], run[k]) if k else 0
-                row, coordinates = [], []
-                for s in range(segments + 1):
-                    a = 2 * math.pi * (s % segments) / segments
+                row = []
+                for a, sine, cosine in turns:
                     r = radius_at(a, radius, y) if radius_at else radius
-                    row.append((r * math.sin(a), y, r * math.cos(a)))
-                    coordinates.append((s / segments, length / total, 0))
+                    row.append((r * sine, y, r * cosine))
                 points.append(row)
-                texture.append(coordinates)
+                texture.append([(s / segments, length / total, 0) for s in range(segments + 1)])
             self.grid(points, texture, closed=True, facets=facets)
 
     def sphere(self, radius, segments=48, rows=24, centre=(0, 0, 0)):
         """Longitude runs along u, latitude along v, north (v = 1) on top."""
-        for i in range(rows):
-            for j in range(segments):
-                corners = []
-                for r, k in ((i, j), (i, j + 1), (i + 1, j + 1), (i + 1, j)):
-                    latitude, longitude = math.pi * (r / rows - 0.5), 2 * math.pi * k / segments
-                    width = math.cos(latitude) if 0 < r < rows else 0
-                    n = (width * math.sin(longitude), math.sin(latitude),
-                         width * math.cos(longitude))
-                    p = tuple(c + radius * d for c, d in zip(centre, n))
-                    if all(math.dist(p, c[0]) > 1e-6 for c in corners):
-                        corners.append((p, n, (k / segments, r / rows, 0)))
-                self.face(corners)
+        normals, texture = [], []
+        for r in range(rows + 1):
+            latitude = math.pi * (r / rows - 0.5)
+            width, height = math.cos(latitude) if 0 < r < rows else 0, math.sin(latitude)
+            row = []
+            for k in range(segments + 1):
+                longitude = 2 * math.pi * k / segments
+                row.append((width * math.sin(longitude), height, width * math.cos(longitude)))
+            normals.append(row)
+            texture.append([(k / segments, r / rows, 0) for k in range(segments + 1)])
+        n = numpy.array(normals, float)
+        self._cells(numpy.array(centre, float) + radius * n,
+                    (n[:-1, :-1], n[:-1, 1:], n[1:, 1:], n[1:, :-1]), numpy.array(texture, float))
 
     def ring(self, radius, thickness, axis="y", segments=48, sides=10, centre=(0, 0, 0)):
         """A torus about the axis y or z; radius to the middle of its round section."""
@@ -171,30 +188,53 @@ class Mesh:
             self.flat([(0, a[1], a[0]), (length, a[1], a[0]),
                        (length, b[1], b[0]), (0, b[1], b[0])], scale)
 
-    def write(self, path, name, remark, maker="meshes.py"):
-        """Writes the object; its polygons name no material, so the instance supplies it."""
-        vectors, vertices = {}, {}
+    def text(self):
+        """The vectors, vertices and polygons of a group; polygons name no material."""
+        corners = [corner for face in self.faces for corner in face]
+        flat = itertools.chain.from_iterable(part for corner in corners for part in corner)
+        numbers = _fixed(numpy.fromiter(flat, float, 9 * len(corners)))
+        values, of_value = numpy.unique(numbers, return_inverse=True)
+        vectors, of_vector = _distinct(of_value.reshape(-1, 3))
+        vertices, of_vertex = _distinct(of_vector.reshape(-1, 3))
+        names = [_decimal(value) for value in values.tolist()]
+        lines = [f"{names[x]} {names[y]} {names[z]}" for x, y, z in vectors]
+        lines += [f"v {p} n {n} t {t}" for p, n, t in vertices]
+        ids = map(str, of_vertex.tolist())
+        for face in self.faces:
+            own = list(itertools.islice(ids, len(face)))
+            if len(set(own)) > 2:
+                lines.append("c " + " ".join(own))
+        return "\n".join(lines)
 
-        def number(value):
-            text = f"{value:.4f}".rstrip("0").rstrip(".")
-            return "0" if text in ("-0", "") else text
 
-        def index(table, key):
-            return table.setdefault(key, len(table))
+def unit_rows(vectors):
+    """Vectors of length 1 along those of an array's last axis; null vectors stay."""
+    squares = vectors * vectors
+    length = numpy.sqrt(squares[..., 0] + squares[..., 1] + squares[..., 2])[..., None]
+    return vectors / numpy.where(length > 0, length, 1)
 
-        polygons = []
-        for corners in self.faces:
-            ids = []
-            for corner in corners:
-                key = tuple(index(vectors, " ".join(number(c) for c in part)) for part in corner)
-                ids.append(index(vertices, key))
-            if len(set(ids)) > 2:
-                polygons.append("c " + " ".join(map(str, ids)))
-        text = [f"# {remark}", f"# Made by scenes/make/{maker}.", "",
-                f'object "{name}"', "visible on  shadow on  trace on", "group"]
-        text += list(vectors)
-        text += [f"v {p} n {n} t {t}" for p, n, t in vertices]
-        text += polygons + ["end group", "end object", ""]
-        with open(path, "w", encoding="ascii") as file:
-            file.write("\n".join(text))
-        print(f"{path}: {len(polygons)} polygons")
+
+def _fixed(values):
+    """Numbers as multiples of their last decimal, rounded as their text would be."""
+    scaled = values * 10 ** DECIMALS
+    rounded = numpy.rint(scaled)
+    for k in numpy.flatnonzero(abs(abs(scaled - rounded) - 0.5) < 1e-6):
+        rounded[k] = round(float(f"{values[k]:.{DECIMALS}f}") * 10 ** DECIMALS)
+    return rounded.astype(numpy.int64)
+
+
+def _decimal(value):
+    """The shortest text of a number from _fixed."""
+    return f"{value / 10 ** DECIMALS:.{DECIMALS}f}".rstrip("0").rstrip(".")
+
+
+def _distinct(triples):
+    """The different ones of an array's rows by first appearance, and for each row which it is."""
+    bits = int(triples.max(initial=0)).bit_length()
+    assert 3 * bits < 64, "a mesh has too many vertices"
+    keys = (triples[:, 0] << 2 * bits) | (triples[:, 1] << bits) | triples[:, 2]
+    _, first, of_row = numpy.unique(keys, return_index=True, return_inverse=True)
+    order = numpy.argsort(first)
+    rank = numpy.empty_like(order)
+    rank[order] = numpy.arange(len(order))
+    return triples[first[order]].tolist(), rank[of_row]

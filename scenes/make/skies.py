@@ -1,4 +1,4 @@
-"""Paints skies, and a coast all around: python3 skies.py, writes ../textures and ../meshes.
+"""Paints skies, and a coast all around.
 
 dawn.png    a panorama for soft_environment: morning over the sea, the sun 40 degrees right of the middle
 clouds.png  a picture of a summer evening's clouds, for a background
@@ -6,13 +6,11 @@ coast.mi    hills around the origin that leave the sea open towards that sun
 """
 
 import math
-import os
 
-from picture import clamp, fractal, mix, noise, paint, scaled, smooth, write_png
+from parts import make
+from picture import clamp, fractal, mix, noise, paint, png, scaled, smooth
 from shapes import Mesh
 
-SCENES = os.path.join(os.path.dirname(os.path.abspath(__file__)), "..")
-TEXTURES = os.path.join(SCENES, "textures")
 SUN = (math.radians(40), math.radians(7))
 
 
@@ -84,9 +82,7 @@ def coast():
 
 
 if __name__ == "__main__":
-    coast().write(os.path.join(SCENES, "meshes", "coast.mi"), "coast",
-                  "Hills around the origin at a distance of 600, open towards the morning sun.", "skies.py")
-    # Below the horizon the sky is mirrored, for waves that turn away.
-    upper = paint(1024, 256, dawn, 1, 128)
-    write_png(os.path.join(TEXTURES, "dawn.png"), upper + upper[::-1])
-    write_png(os.path.join(TEXTURES, "clouds.png"), paint(800, 450, clouds, 1, 128))
+    make([("coast", coast,
+           "Hills around the origin at a distance of 600, open towards the morning sun.")],
+         [("textures/dawn.png", lambda: png(mirrored(paint(1024, 256, dawn, 1, 128)))),
+          ("textures/clouds.png", lambda: png(paint(800, 450, clouds, 1, 128)))])

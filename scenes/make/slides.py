@@ -1,4 +1,4 @@
-"""Paints the slides that the scenes' lights project: python3 slides.py, writes ../slides.
+"""Paints the slides that the scenes' lights project.
 
 rose.png     a rose window: rings of coloured panes between dark leads
 compass.png  a compass star, for a light that points down on a floor
@@ -6,11 +6,10 @@ stars.png    stars and moons for a point light: the whole sphere of directions, 
 """
 
 import math
-import os
 
-from picture import BLACK, clamp, fractal, mix, noise, paint, scaled, smooth, write_png
+from parts import make
+from picture import BLACK, clamp, fractal, mix, noise, paint, png, scaled, smooth
 
-FOLDER = os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "slides")
 LEAD = 0.011  # half the width of a lead, in radii of the window
 
 RUBY, GOLD, COBALT = (0.95, 0.07, 0.10), (1.0, 0.70, 0.10), (0.08, 0.20, 0.95)
@@ -186,7 +185,6 @@ def starry(signs):
 
 
 if __name__ == "__main__":
-    os.makedirs(FOLDER, exist_ok=True)
-    write_png(os.path.join(FOLDER, "rose.png"), paint(512, 512, rose))
-    write_png(os.path.join(FOLDER, "compass.png"), paint(512, 512, compass))
-    write_png(os.path.join(FOLDER, "stars.png"), paint(1024, 512, starry(sky_signs()), 2))
+    make(files=[("slides/rose.png", lambda: png(paint(512, 512, rose))),
+                ("slides/compass.png", lambda: png(paint(512, 512, compass))),
+                ("slides/stars.png", lambda: png(paint(1024, 512, starry(sky_signs()), 2)))])

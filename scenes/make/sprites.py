@@ -1,4 +1,4 @@
-"""Builds the little figures of scenes/sprite.mi: python3 sprites.py, writes ../meshes/sprites.mi.
+"""Builds the little figures of scenes/sprite.mi.
 
 Each figure fits between -1 and 1 in x and y and looks along +z. Its polygons name their materials.
 NAME_rim is the figure a little thicker and seen from inside alone, which makes a dark rim around
@@ -6,14 +6,12 @@ it.
 """
 
 import math
-import os
 import re
-import tempfile
 
+from parts import make
 from robot import tube
 from shapes import Mesh, arc, curve, normalised
 
-SCENES = os.path.join(os.path.dirname(os.path.abspath(__file__)), "..")
 RIM = 0.065
 
 
@@ -231,28 +229,21 @@ def rim(parts):
 
 def group_of(mesh, material):
     """The lines of a mesh's group; its polygons get a material."""
-    with tempfile.TemporaryDirectory() as folder:
-        path = os.path.join(folder, "part.mi")
-        mesh.write(path, "part", "")
-        with open(path, encoding="ascii") as file:
-            text = file.read()
-    text = text[text.index("group"):text.index("end object")]
+    text = f"group\n{mesh.text()}\nend group"
     return re.sub(r"^c ", f'c "{material}" ' if material else "c ", text, flags=re.M)
 
 
-def main():
+def sprites():
     lines = ["# Little figures, and each with a rim around it, to be seen from inside.",
              "# Made by scenes/make/sprites.py."]
     for name, build in FIGURES:
         parts = build()
         lines += ["", f'object "{name}"', "visible on"]
-        lines += [group_of(mesh, material).rstrip() for material, mesh in parts]
+        lines += [group_of(mesh, material) for material, mesh in parts]
         lines += ["end object", "", f'object "{name}_rim"', "visible on  face back",
-                  group_of(rim(parts), "ink").rstrip(), "end object"]
-    path = os.path.join(SCENES, "meshes", "sprites.mi")
-    with open(path, "w", encoding="ascii") as file:
-        file.write("\n".join(lines) + "\n")
+                  group_of(rim(parts), "ink"), "end object"]
+    return ("\n".join(lines) + "\n").encode("ascii")
 
 
 if __name__ == "__main__":
-    main()
+    make(files=[("meshes/sprites.mi", sprites)])

@@ -1,16 +1,14 @@
-"""Builds the stage of scenes/toon_beam.mi: python3 stage.py, writes ../meshes.
+"""Builds the stage of scenes/toon_beam.mi.
 
 The robot of robot.py stands at the origin of the stage, whose floor is y = 0; the audience sits on
 the side of +z. Lengths are in metres.
 """
 
 import math
-import os
 
+from parts import make
 from robot import aim, tube, turned_part
 from shapes import Mesh, curve
-
-SCENES = os.path.join(os.path.dirname(os.path.abspath(__file__)), "..")
 
 
 def cloth(width, height, folds, depth, steps=16, pieces=24, gather=lambda y: 1.0):
@@ -151,6 +149,4 @@ PARTS = (
 )
 
 if __name__ == "__main__":
-    for name, build, remark in PARTS:
-        build().write(os.path.join(SCENES, "meshes", f"stage_{name}.mi"), f"stage_{name}",
-                      remark, "stage.py")
+    make([(f"stage_{name}", build, remark) for name, build, remark in PARTS])

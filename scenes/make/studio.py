@@ -1,5 +1,4 @@
-"""Paints the surroundings of the scenes of materials: python3 studio.py, writes
-../textures/studio.png.
+"""Paints the surroundings of the scenes of materials.
 
 A photographer's studio as a panorama for soft_environment: its middle lies towards -z. There the
 backdrop is even; what shapes reflections stands elsewhere: a large warm box of light to the left of
@@ -7,11 +6,9 @@ the camera, a cool strip to the right, a window behind it, a round lamp above.
 """
 
 import math
-import os
 
-from picture import mix, paint, smooth, write_png
-
-FOLDER = os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "textures")
+from parts import make
+from picture import mix, paint, png, smooth
 
 
 def patch(x, y, left, right, low, high, edge=1.5):
@@ -41,4 +38,4 @@ def studio(u, v):
 
 
 if __name__ == "__main__":
-    write_png(os.path.join(FOLDER, "studio.png"), paint(512, 256, studio, 2, 256))
+    make(files=[("textures/studio.png", lambda: png(paint(512, 256, studio, 2, 256)))])

@@ -1,18 +1,15 @@
-"""Builds the tea table of scenes/toon_si.mi: python3 tea.py, writes ../meshes, ../textures and
-../slides.
+"""Builds the tea table of scenes/toon_si.mi.
 
 Every object stands on its own origin, y = 0 is the table. Lengths are in decimetres. Where runs of
 a profile meet, normals are split, and that is where creases are drawn.
 """
 
 import math
-import os
 
-from picture import BLACK, mix, paint, smooth, write_png
+from parts import make
+from picture import BLACK, mix, paint, png, smooth
 from robot import aim, tube, turned_part
 from shapes import Mesh, arc, curve
-
-SCENES = os.path.join(os.path.dirname(os.path.abspath(__file__)), "..")
 
 
 def pot():
@@ -225,8 +222,6 @@ PARTS = (
 )
 
 if __name__ == "__main__":
-    for name, build, remark in PARTS:
-        build().write(os.path.join(SCENES, "meshes", f"tea_{name}.mi"), f"tea_{name}", remark,
-                      "tea.py")
-    write_png(os.path.join(SCENES, "textures", "gingham.png"), paint(64, 64, gingham, 1, 256))
-    write_png(os.path.join(SCENES, "slides", "window.png"), paint(512, 512, panes, 2))
+    make([(f"tea_{name}", build, remark) for name, build, remark in PARTS],
+         [("textures/gingham.png", lambda: png(paint(64, 64, gingham, 1, 256))),
+          ("slides/window.png", lambda: png(paint(512, 512, panes, 2)))])

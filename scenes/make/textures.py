@@ -1,4 +1,4 @@
-"""Paints the textures of the scenes' objects: python3 textures.py, writes ../textures.
+"""Paints the textures of the scenes' objects.
 
 tiles.png  two by two marble floor tiles, dark and light; repeats
 wood.png   a walnut board, grain along v; repeats in v
@@ -7,11 +7,9 @@ strokes.png  white strokes of a dry brush on black, for a cartoon's lines
 """
 
 import math
-import os
 
-from picture import fractal, mix, noise, paint, scaled, smooth, write_png
-
-FOLDER = os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "textures")
+from parts import make
+from picture import fractal, mix, noise, paint, png, scaled, smooth
 
 
 def tiles(u, v):
@@ -82,8 +80,7 @@ def strokes(u, v):
 
 
 if __name__ == "__main__":
-    os.makedirs(FOLDER, exist_ok=True)
-    write_png(os.path.join(FOLDER, "tiles.png"), paint(384, 384, tiles, 2, 48))
-    write_png(os.path.join(FOLDER, "wood.png"), paint(256, 256, wood, 2, 40))
-    write_png(os.path.join(FOLDER, "globe.png"), paint(640, 320, globe, 2, 48))
-    write_png(os.path.join(FOLDER, "strokes.png"), paint(420, 350, strokes, 1, 2))
+    make(files=[("textures/tiles.png", lambda: png(paint(384, 384, tiles, 2, 48))),
+                ("textures/wood.png", lambda: png(paint(256, 256, wood, 2, 40))),
+                ("textures/globe.png", lambda: png(paint(640, 320, globe, 2, 48))),
+                ("textures/strokes.png", lambda: png(paint(420, 350, strokes, 1, 2)))])

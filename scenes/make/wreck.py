@@ -1,18 +1,17 @@
-"""Builds the sunken submarine of scenes/nemo.mi: python3 wreck.py, writes ../meshes and ../textures.
+"""Builds the sunken submarine of scenes/nemo.mi.
 
 The boat lies along x, its bow towards +x, its axis at the origin's height; it is 13 long and 3.4
 wide. The sea bed is a mesh of its own. Lengths are in metres.
 """
 
 import math
-import os
 
 from harbour import put, rock
-from picture import fractal, noise, paint, write_png
+from parts import make
+from picture import fractal, noise, paint, png
 from robot import aim, tube, turned_part
 from shapes import Mesh, arc, curve
 
-SCENES = os.path.join(os.path.dirname(os.path.abspath(__file__)), "..")
 STERN, BOW, RADIUS = -7.0, 6.0, 1.7
 
 
@@ -241,7 +240,5 @@ PARTS = (
 )
 
 if __name__ == "__main__":
-    for name, build, remark in PARTS:
-        build().write(os.path.join(SCENES, "meshes", f"wreck_{name}.mi"), f"wreck_{name}", remark,
-                      "wreck.py")
-    write_png(os.path.join(SCENES, "textures", "caustics.png"), paint(256, 256, caustics, 1, 64))
+    make([(f"wreck_{name}", build, remark) for name, build, remark in PARTS],
+         [("textures/caustics.png", lambda: png(paint(256, 256, caustics, 1, 64)))])
