@@ -7,6 +7,8 @@ so have turned bodies that are stretched, flattened or sheared.
 
 import math
 
+import numpy
+
 from parts import make
 from picture import clamp, mix, paint, png
 from robot import aim, tube, turned_part
@@ -233,10 +235,12 @@ class Sheet:
         x, y = u * WIDTH - 0.5, v * HEIGHT - 0.5
         glow = 1.12 - 0.55 * ((u - 0.45) ** 2 + 0.7 * (v - 0.6) ** 2)
         color = tuple(c * glow for c in (0.038, 0.155, 0.365))
-        if 20 < x < WIDTH - 20 and 20 < y < HEIGHT - 20:
-            if min(x % 20, y % 20) < 1:
-                color = mix(color, (0.45, 0.66, 0.92), 0.16 if min(x % 100, y % 100) < 1 else 0.07)
-        return mix(color, (0.84, 0.93, 1.0), self.ink[round(y)][round(x)])
+        inside = (20 < x) & (x < WIDTH - 20) & (20 < y) & (y < HEIGHT - 20)
+        squares = inside & (numpy.minimum(x % 20, y % 20) < 1)
+        strength = numpy.where(numpy.minimum(x % 100, y % 100) < 1, 0.16, 0.07) * squares
+        color = mix(color, (0.45, 0.66, 0.92), strength)
+        ink = numpy.array(self.ink)[numpy.rint(y).astype(int), numpy.rint(x).astype(int)]
+        return mix(color, (0.84, 0.93, 1.0), ink)
 
 
 def sheet():

@@ -6,18 +6,21 @@ A leaf is 1 long: it grows from the origin along +y, with its upper side towards
 import math
 import random
 
+import numpy
+
 from parts import make
 from picture import fractal, mix, noise, paint, png, scaled, smooth
 from robot import tube
 from shapes import Mesh, curve
 
-WIDTH = 0.31  # half the widest part of a leaf
+WIDTH, PAINTED = 0.31, 0.36  # half the widest part of a leaf, and of the one that its veins are painted for
 VEINS, SLOPE = 8.5, 0.75  # side veins along the blade, and how steeply they rise
 
 
-def half_width(t):
+def half_width(t, widest=WIDTH):
     """Half the blade's width at a part t of its length, without teeth."""
-    return WIDTH * (math.sin(math.pi * t ** 0.82) ** 0.78) * (1 - 0.12 * t) if 0 < t < 1 else 0.0
+    width = widest * (numpy.sin(math.pi * t ** 0.82) ** 0.78) * (1 - 0.12 * t)
+    return width * ((0 < t) & (t < 1))
 
 
 def leaf(bend, fold, wave, seed):
@@ -66,16 +69,16 @@ RUN = [(-3.6, 1.30, -0.10), (-2.4, 1.22, 0.0), (-1.5, 1.02, 0.05), (-0.6, 0.96, 
 
 def vein(u, v):
     """Ribs of a leaf: 1 on midrib, side veins and, weaker, on the net between them."""
-    x, t = 2 * WIDTH * 1.06 * (u - 0.5), v
+    x, t = 2 * PAINTED * 1.06 * (u - 0.5), v
     middle = smooth(0.011 * (1 - 0.8 * t) + 0.004, 0.0, abs(x))
     side = (t - SLOPE * abs(x) - 0.55 * x * x) * VEINS
     gap = abs((side + 0.5) % 1 - 0.5) / VEINS * 0.8
-    reach = max(0.0, 1 - abs(x) / (half_width(t) + 1e-6))
+    reach = numpy.maximum(0.0, 1 - abs(x) / (half_width(t, PAINTED) + 1e-6))
     thin = smooth(0.0022 + 0.005 * reach, 0.0008, gap) * smooth(-0.6, 0.0, side) * (0.35 + 0.65 * reach ** 0.5)
     across = abs((22 * abs(x) * (1 + 0.3 * t) + 0.5 * noise(30 * u, 14 * v, seed=3)) % 1 - 0.5)
     along = abs((4 * side + 0.7 * noise(24 * u, 30 * v, seed=9)) % 1 - 0.5)
-    net = 0.26 * max(smooth(0.10, 0.02, across), 0.7 * smooth(0.13, 0.02, along)) * (1 - 0.4 * reach)
-    return max(middle, thin, net)
+    net = 0.26 * numpy.maximum(smooth(0.10, 0.02, across), 0.7 * smooth(0.13, 0.02, along)) * (1 - 0.4 * reach)
+    return numpy.maximum(numpy.maximum(middle, thin), net)
 
 
 def leaf_color(u, v):
@@ -108,15 +111,16 @@ def glade(u, v):
     """A wood behind the twig, far out of focus, with the sun above on the left."""
     x, y = 16 / 9 * u, v
     color = mix((0.035, 0.070, 0.040), (0.15, 0.27, 0.10), smooth(0.0, 1.0, y + 0.25 * fractal(3 * u, 2 * v, 2, seed=6)))
-    glow = math.exp(-((x - 0.50) / 0.55) ** 2 - ((y - 0.98) / 0.42) ** 2)
+    glow = numpy.exp(-((x - 0.50) / 0.55) ** 2 - ((y - 0.98) / 0.42) ** 2)
     color = mix(color, (0.80, 0.84, 0.45), 0.72 * glow)
     for trunk, wide in ((0.30, 0.10), (0.98, 0.07), (1.42, 0.13), (1.66, 0.06)):
-        color = mix(color, (0.045, 0.050, 0.035), 0.6 * math.exp(-((x - trunk - 0.03 * y) / wide) ** 2) * smooth(1.2, 0.2, y))
+        color = mix(color, (0.045, 0.050, 0.035), 0.6 * numpy.exp(-((x - trunk - 0.03 * y) / wide) ** 2) * smooth(1.2, 0.2, y))
     for cx, cy, r, light, strength in SPARKS:
-        d = math.hypot(x - cx, y - cy)
-        if d < r + 0.01:
-            disc = smooth(r + 0.006, r - 0.006, d) * (0.72 + 0.28 * smooth(0.5 * r, r, d))
-            color = tuple(a + (1 - a) * strength * disc * b for a, b in zip(color, light))
+        at = numpy.flatnonzero((abs(y - cy) < r + 0.01) & (abs(x - cx) < r + 0.01))
+        d = numpy.hypot(x[at] - cx, y[at] - cy)
+        disc = smooth(r + 0.006, r - 0.006, d) * (0.72 + 0.28 * smooth(0.5 * r, r, d))
+        for a, b in zip(color, light):
+            a[at] += (1 - a[at]) * strength * disc * b
     return color
 
 

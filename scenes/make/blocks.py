@@ -4,11 +4,11 @@ The pile stands on y = 0 about the origin, 8 wide and 4.4 high, its front toward
 what is thrown on it: a sun over mountains and a lake, 16 : 9. Lengths are in metres.
 """
 
-import math
+import numpy
 
 from harbour import put
 from parts import make
-from picture import mix, noise, paint, png, scaled, smooth
+from picture import mix, noise, paint, png, scaled, smooth, where
 from shapes import Mesh
 
 
@@ -74,9 +74,9 @@ SHORE = 0.25
 
 def sky(x, y):
     """Rays from the sun, coral and cream below, turquoise above."""
-    angle = math.atan2(y - SUN[1], x)
-    ray = smooth(-0.12, 0.12, math.sin(18 * angle))
-    distance = math.hypot(x, y - SUN[1])
+    angle = numpy.arctan2(y - SUN[1], x)
+    ray = smooth(-0.12, 0.12, numpy.sin(18 * angle))
+    distance = numpy.hypot(x, y - SUN[1])
     far = smooth(0.25, 0.95, distance)
     return mix(mix(CREAM, (0.16, 0.62, 0.70), far), mix(CORAL, (0.05, 0.30, 0.52), far), ray)
 
@@ -84,38 +84,39 @@ def sky(x, y):
 def sail(x, y, side, left, foot, size):
     """Whether a point lies within a boat's triangular sail."""
     u, v = side * (x - left) / size, (y - foot) / size
-    return 0 < v < 1 and 0.03 < u < 0.5 * (1 - v)
+    return (0 < v) & (v < 1) & (0.03 < u) & (u < 0.5 * (1 - v))
 
 
 def poster(u, v):
     """The sun, three ridges, a lake with its stripes of light, a boat and birds."""
     x, y = (u - 0.5) * 16 / 9, v
     color = sky(x, y)
-    distance = math.hypot(x, y - SUN[1])
-    if distance < SUN[2]:
-        color = mix(GOLD, (1.0, 0.93, 0.60), smooth(SUN[2], 0, distance))
-    elif distance < SUN[2] + 0.018:
-        color = CREAM
+    distance = numpy.hypot(x, y - SUN[1])
+    color = where(distance < SUN[2] + 0.018, CREAM, color)
+    disc = mix(GOLD, (1.0, 0.93, 0.60), smooth(SUN[2], 0, distance))
+    color = where(distance < SUN[2], disc, color)
     for foot, tall, frequency, ground in RIDGES:
         zigzag = noise(frequency * (x + 2), 0.5, seed=frequency)
         top = foot + tall * (2 * zigzag - 1) + 0.02 * noise(9 * frequency * (x + 3), 2.5)
-        if y < top:
-            snow = frequency == 3 and y > 0.52 and y > top - 0.05
-            color = CREAM if snow else mix(ground, scaled(ground, 1.7), smooth(0.0, 0.12, top - y))
-    if y < SHORE:
-        depth = (SHORE - y) / SHORE
-        wave = math.sin(60 * depth ** 0.6 + 3 * noise(6 * x + 9, 7 * depth))
-        glow = smooth(0.20 + 0.15 * depth, 0.05, abs(x) + 0.06 * wave)
-        color = mix(mix((0.08, 0.42, 0.52), NIGHT, depth), (1.0, 0.70, 0.25),
-                    0.95 * glow * (wave > -0.3) + 0.25 * (1 - glow) * (wave > 0.80))
-    if sail(x, y, 1, 0.42, 0.17, 0.26) or sail(x, y, -1, 0.42, 0.19, 0.20):
-        color = (1.0, 0.95, 0.86)
-    if 0.135 < y < 0.165 and abs(x - 0.43) < 0.10 + (y - 0.165) * 1.2 + 0.03:
-        color = (0.42, 0.10, 0.10)
+        rock = mix(ground, scaled(ground, 1.7), smooth(0.0, 0.12, top - y))
+        snow = (frequency == 3) & (y > 0.52) & (y > top - 0.05)
+        color = where(y < top, where(snow, CREAM, rock), color)
+
+    depth = numpy.maximum(SHORE - y, 0) / SHORE
+    wave = numpy.sin(60 * depth ** 0.6 + 3 * noise(6 * x + 9, 7 * depth))
+    glow = smooth(0.20 + 0.15 * depth, 0.05, abs(x) + 0.06 * wave)
+    lake = mix(mix((0.08, 0.42, 0.52), NIGHT, depth), (1.0, 0.70, 0.25),
+               0.95 * glow * (wave > -0.3) + 0.25 * (1 - glow) * (wave > 0.80))
+    color = where(y < SHORE, lake, color)
+
+    sails = sail(x, y, 1, 0.42, 0.17, 0.26) | sail(x, y, -1, 0.42, 0.19, 0.20)
+    color = where(sails, (1.0, 0.95, 0.86), color)
+    hull = abs(x - 0.43) < 0.10 + (y - 0.165) * 1.2 + 0.03
+    color = where((0.135 < y) & (y < 0.165) & hull, (0.42, 0.10, 0.10), color)
     for bx, by, size in ((-0.42, 0.80, 0.06), (-0.56, 0.86, 0.045), (-0.30, 0.88, 0.04)):
         s, t = abs(x - bx) / size, (y - by) / size
-        if s < 1 and abs(t - 0.9 * math.sqrt(s) + 0.5 * s * s) < 0.10 * (1.3 - s):
-            color = NIGHT
+        wing = abs(t - 0.9 * numpy.sqrt(s) + 0.5 * s * s) < 0.10 * (1.3 - s)
+        color = where((s < 1) & wing, NIGHT, color)
     return color
 
 

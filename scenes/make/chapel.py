@@ -6,9 +6,11 @@ window is z = -14. Lengths are in metres.
 
 import math
 
+import numpy
+
 from harbour import put
 from parts import make
-from picture import mix, paint, png, scaled, smooth
+from picture import least, mix, paint, pick, png, scaled, smooth, where
 from shapes import Mesh, arc, curve
 from slides import COBALT, CREAM, EMERALD, GOLD, RUBY, SKY, VIOLET, glass
 
@@ -206,19 +208,15 @@ TIERS = ((EMERALD, GOLD), (COBALT, SKY), (RUBY, CREAM), (VIOLET, SKY),
 def lancet(u, v):
     """Eight broad tiers from the sill up, each of one colour, with a medallion."""
     lead = 0.006
-    tier = min(int(v * 8), 7)
-    ground, medal = TIERS[tier]
+    tier = numpy.minimum((v * 8).astype(int), 7)
+    ground, medal = (pick(colors, tier) for colors in zip(*TIERS))
     x, y = 8 * (u - 0.5), 8 * v - tier - 0.5
-    edge = 0.5 - abs(y)
-    side = abs(abs(x) - 0.9) if tier % 2 else abs(abs(x) - 1.25)
-    r = math.hypot(x * 0.9, y)
-    distance = min(edge, side, abs(r - 0.36), abs(r - 0.2) if r < 0.3 else 1)
-    if r < 0.2:
-        color = ground
-    elif r < 0.36:
-        color = medal
-    else:
-        color = mix(ground, scaled(medal, 0.6), 0.25 if abs(x) > (0.9 if tier % 2 else 1.25) else 0)
+    margin = numpy.where(tier % 2, 0.9, 1.25)
+    edge, side = 0.5 - abs(y), abs(abs(x) - margin)
+    r = numpy.hypot(x * 0.9, y)
+    distance = least(edge, side, abs(r - 0.36), numpy.where(r < 0.3, abs(r - 0.2), 1))
+    color = mix(ground, scaled(medal, 0.6), 0.25 * (abs(x) > margin))
+    color = where(r < 0.2, ground, where(r < 0.36, medal, color))
     return scaled(glass(color, u, v, tier), smooth(8 * lead * 0.4, 8 * lead, distance))
 
 

@@ -6,8 +6,10 @@ Ornaments hang from the origin: their cap's ring is there, and they reach down a
 import math
 import random
 
+import numpy
+
 from parts import make
-from picture import fractal, mix, paint, png, smooth
+from picture import fractal, least, mix, paint, png, smooth
 from robot import aim, tube, turned_part
 from shapes import Mesh, arc, curve, normalised
 
@@ -107,12 +109,12 @@ BRANCH = [(-6, 2.35, -0.6), (-3.6, 2.00, -0.2), (-1.2, 1.80, 0.1), (1.2, 1.68, 0
 
 def disc(x, y, cx, cy, radius, edge=0.5):
     dx = ((x - cx + 180) % 360 - 180) * math.cos(math.radians(cy))
-    return smooth(radius + edge, radius - edge, math.hypot(dx, y - cy))
+    return smooth(radius + edge, radius - edge, numpy.hypot(dx, y - cy))
 
 
 def inside(x, y, left, right, low, high, edge=0.8):
     x = (x - left) % 360 + left
-    return smooth(-edge, edge, min(x - left, right - x, y - low, high - y))
+    return smooth(-edge, edge, least(x - left, right - x, y - low, high - y))
 
 
 def sparks():
@@ -129,7 +131,7 @@ def room(u, v):
     """A parlour on a winter's evening; what lies towards -z is out of focus, as behind a lens."""
     x, y = 360 * u - 180, 180 * v - 90
     wall = mix((0.34, 0.17, 0.10), (0.20, 0.095, 0.06), smooth(0, 42, y))
-    wall = mix(wall, (0.62, 0.36, 0.18), 0.6 * math.exp(-((x - 118) / 42) ** 2 - ((y - 10) / 30) ** 2))
+    wall = mix(wall, (0.62, 0.36, 0.18), 0.6 * numpy.exp(-((x - 118) / 42) ** 2 - ((y - 10) / 30) ** 2))
     ceiling = mix((0.52, 0.38, 0.26), (0.72, 0.58, 0.42), smooth(46, 88, y))
     boards = 0.85 + 0.25 * fractal(x / 3.0 % 360, y / 40, 2, seed=3)
     floor = tuple(c * boards for c in mix((0.26, 0.12, 0.055), (0.40, 0.20, 0.09), smooth(-25, -75, y)))
@@ -138,34 +140,36 @@ def room(u, v):
     color = mix(color, (0.16, 0.075, 0.04), inside(x, y, -181, 181, -18, -13, 0.5))
 
     # Hang a blue window at the left of the camera and one behind it; each has six panes.
-    for left in (-118, 168) if -19 < y < 45 else ():
+    for left in (-118, 168):
         color = mix(color, (0.80, 0.68, 0.54), inside(x, y, left - 3, left + 39, -9, 40))
         for column in range(2):
             for row in range(3):
                 pane = inside(x, y, left + 18.5 * column, left + 17 + 18.5 * column, -6 + 15 * row, 7.5 + 15 * row)
                 color = mix(color, mix((0.62, 0.76, 0.98), (0.20, 0.34, 0.70), smooth(-8, 40, y)), pane)
         for side in (left - 14, left + 38):
-            color = mix(color, (0.42, 0.06, 0.05), inside(x, y, side, side + 12, -17, 43) * (0.8 + 0.2 * math.sin(2.2 * x)))
+            color = mix(color, (0.42, 0.06, 0.05), inside(x, y, side, side + 12, -17, 43) * (0.8 + 0.2 * numpy.sin(2.2 * x)))
 
     # Light a fire at the right, and a lamp on either side of it.
     color = mix(color, (0.46, 0.38, 0.32), inside(x, y, 84, 142, -17, 12))
     color = mix(color, (0.58, 0.48, 0.40), inside(x, y, 80, 146, 12, 16))
     hearth = inside(x, y, 95, 131, -17, 6)
-    flame = math.exp(-((x - 113) / 12) ** 2) * smooth(6, -16, y + 5 * math.sin(x * 0.9))
-    color = mix(color, mix((0.16, 0.05, 0.02), (1.0, 0.72, 0.26), min(1.0, 1.5 * flame)), hearth)
-    for lamp in (66, 158) if y > -19 else ():
-        color = mix(color, (0.98, 0.80, 0.50), 0.45 * math.exp(-((x - lamp) / 12) ** 2 - ((y - 14) / 13) ** 2))
+    flame = numpy.exp(-((x - 113) / 12) ** 2) * smooth(6, -16, y + 5 * numpy.sin(x * 0.9))
+    color = mix(color, mix((0.16, 0.05, 0.02), (1.0, 0.72, 0.26), least(1.0, 1.5 * flame)), hearth)
+    for lamp in (66, 158):
+        glow = 0.45 * numpy.exp(-((x - lamp) / 12) ** 2 - ((y - 14) / 13) ** 2)
+        color = mix(color, (0.98, 0.80, 0.50), glow * (y > -19))
         color = mix(color, (1.0, 0.93, 0.76), inside(x, y, lamp - 6, lamp + 6, 10, 21))
     color = mix(color, (1.0, 0.95, 0.84), disc(x, y, -60, 74, 9))
 
     # Blur what the camera sees: a dark tree with its lights as large, faint discs.
     far = smooth(74, 48, abs(x)) * smooth(58, 34, abs(y))
-    dim = mix((0.115, 0.052, 0.032), (0.26, 0.13, 0.065), math.exp(-((x - 26) / 30) ** 2 - ((y + 6) / 20) ** 2))
+    dim = mix((0.115, 0.052, 0.032), (0.26, 0.13, 0.065), numpy.exp(-((x - 26) / 30) ** 2 - ((y + 6) / 20) ** 2))
     color = mix(color, dim, far)
-    for cx, cy, radius, light, strength in SPARKS if far > 0 else ():
-        if abs(x - cx) < 9 and abs(y - cy) < 4:
-            d = disc(x, y, cx, cy, radius, 0.5)
-            color = tuple(a + strength * far * 0.62 * d * b for a, b in zip(color, light))
+    for cx, cy, radius, light, strength in SPARKS:
+        at = numpy.flatnonzero((abs(x - cx) < 9) & (abs(y - cy) < 4))
+        d = disc(x[at], y[at], cx, cy, radius, 0.5)
+        for a, b in zip(color, light):
+            a[at] += strength * far[at] * 0.62 * d * b
     return color
 
 

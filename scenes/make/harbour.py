@@ -6,8 +6,10 @@ in metres.
 
 import math
 
+import numpy
+
 from parts import make
-from picture import clamp, fractal, mix, noise, paint, png, scaled, smooth
+from picture import clamp, fractal, mix, noise, paint, png, scaled, smooth, where
 from shapes import Mesh, arc, curve
 
 
@@ -234,10 +236,8 @@ def dusk(u, v):
              (0.28, (0.28, 0.26, 0.40)), (0.48, (0.11, 0.17, 0.33)), (0.75, (0.045, 0.085, 0.20)),
              (1.0, (0.018, 0.04, 0.11)))
     color = stops[-1][1]
-    for (a, low), (b, high) in zip(stops, stops[1:]):
-        if v <= b:
-            color = mix(low, high, clamp((v - a) / (b - a)))
-            break
+    for (a, low), (b, high) in reversed([*zip(stops, stops[1:])]):
+        color = where(v <= b, mix(low, high, clamp((v - a) / (b - a))), color)
     color = mix((0.075, 0.115, 0.24), color, side + (1 - side) * smooth(0.0, 0.6, v))
 
     # Long clouds: grey-violet above, lit from below near the horizon.

@@ -7,9 +7,11 @@ profile meet, normals are split, and that is where creases are drawn.
 
 import math
 
+import numpy
+
 from harbour import put
 from parts import make
-from picture import clamp, mix, paint, png, smooth
+from picture import clamp, mix, paint, png, smooth, where
 from shapes import Mesh, arc, curve, normalised
 
 
@@ -253,16 +255,14 @@ def knoll():
 def sky(u, v):
     """Rays of a low sun behind the hills, with round clouds: flat colours, as on a poster."""
     x, y = (u - 0.42) * 16 / 9, v - 0.30
-    ray = 0.5 + 0.5 * math.sin(18 * math.atan2(y, x))
+    ray = 0.5 + 0.5 * numpy.sin(18 * numpy.arctan2(y, x))
     low, high = (0.99, 0.90, 0.68), (0.50, 0.78, 0.82)
-    base = mix(low, high, smooth(0.0, 0.8, math.hypot(x, y)))
+    base = mix(low, high, smooth(0.0, 0.8, numpy.hypot(x, y)))
     color = mix(base, (1.0, 0.96, 0.82), 0.30 * smooth(0.46, 0.54, ray))
-    if math.hypot(x, y) < 0.16:
-        color = (1.0, 0.97, 0.86)
+    color = where(numpy.hypot(x, y) < 0.16, (1.0, 0.97, 0.86), color)
     for cx, cy, r, base in CLOUDS:
-        d = max(math.hypot(u * 16 / 9 - cx, v - cy) - r, base - v)
-        if d < 0.004:
-            color = mix((1, 0.99, 0.95), color, clamp(d / 0.004))
+        d = numpy.maximum(numpy.hypot(u * 16 / 9 - cx, v - cy) - r, base - v)
+        color = where(d < 0.004, mix((1, 0.99, 0.95), color, clamp(d / 0.004)), color)
     return color
 
 

@@ -6,6 +6,8 @@ caustics.png is the pattern of light below waves, for a slide: it repeats. Lengt
 import math
 import random
 
+import numpy
+
 from harbour import put
 from parts import make
 from picture import fractal, noise, paint, png, smooth
@@ -96,7 +98,7 @@ def caustics(u, v):
     y = v + 0.10 * (fractal(4 * u, 4 * v, 2, 4, seed=8) - 0.5)
     a = abs(fractal(6 * x, 6 * y, 2, 6, seed=11) - 0.5)
     b = abs(fractal(7 * x, 7 * y, 2, 7, seed=17) - 0.5)
-    line = max(smooth(0.10, 0.0, a), 0.8 * smooth(0.09, 0.0, b))
+    line = numpy.maximum(smooth(0.10, 0.0, a), 0.8 * smooth(0.09, 0.0, b))
     value = 0.30 + 0.25 * smooth(0.30, 0.05, a) + 0.55 * line * line
     return (0.92 * value, value, value)
 

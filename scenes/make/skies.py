@@ -7,6 +7,8 @@ coast.mi    hills around the origin that leave the sea open towards that sun
 
 import math
 
+import numpy
+
 from parts import make
 from picture import clamp, fractal, mix, noise, paint, png, scaled, smooth
 from shapes import Mesh
@@ -17,28 +19,29 @@ SUN = (math.radians(40), math.radians(7))
 def dawn(u, v):
     """Longitude across from the middle, v = 0 is the horizon; clouds lie on a plane overhead."""
     longitude, latitude = 2 * math.pi * (u - 0.5), math.pi / 2 * v
-    height = math.sin(latitude)
-    apart = math.acos(clamp(math.sin(latitude) * math.sin(SUN[1]) + math.cos(latitude) *
-                            math.cos(SUN[1]) * math.cos(longitude - SUN[0]), -1, 1))
-    near = math.exp(-(apart / 0.75) ** 2)
+    height = numpy.sin(latitude)
+    apart = numpy.arccos(clamp(height * math.sin(SUN[1]) + numpy.cos(latitude) *
+                               math.cos(SUN[1]) * numpy.cos(longitude - SUN[0]), -1, 1))
+    near = numpy.exp(-(apart / 0.75) ** 2)
 
     # From gold around the sun over rose to blue, and paler away from it.
     color = mix(mix((0.62, 0.60, 0.70), (1.0, 0.70, 0.36), near),
                 mix((0.40, 0.52, 0.74), (0.86, 0.60, 0.50), near), smooth(0.0, 0.22, height))
     color = mix(color, (0.13, 0.26, 0.52), smooth(0.10, 0.85, height))
-    if height > 0.015:
-        x, z = math.sin(longitude), -math.cos(longitude)
-        far = math.cos(latitude) / (height + 0.10)
-        x, z = x * far * 1.1 + 20, z * far * 1.1 + 20
-        bank = fractal(x + 0.7 * noise(2 * x, z), z, 5, seed=14)
-        lit = fractal(x + 0.7 * noise(2 * x, z) + 0.25 * math.sin(SUN[0]),
-                      z - 0.25 * math.cos(SUN[0]), 5, seed=14)
-        cover = smooth(0.48, 0.74, bank) * smooth(0.015, 0.10, height)
-        glow = clamp(0.45 + 3.0 * (bank - lit))
-        shade = mix((0.40, 0.42, 0.56), (0.62, 0.44, 0.46), near)
-        light = mix((0.98, 0.86, 0.84), (1.0, 0.78, 0.46), near)
-        color = mix(color, mix(shade, light, glow), 0.88 * cover)
-    color = mix(color, (1.0, 0.93, 0.70), 0.85 * math.exp(-(apart / 0.13) ** 2))
+
+    x, z = numpy.sin(longitude), -numpy.cos(longitude)
+    far = numpy.cos(latitude) / (height + 0.10)
+    x, z = x * far * 1.1 + 20, z * far * 1.1 + 20
+    drift = x + 0.7 * noise(2 * x, z)
+    bank = fractal(drift, z, 5, seed=14)
+    lit = fractal(drift + 0.25 * math.sin(SUN[0]), z - 0.25 * math.cos(SUN[0]), 5, seed=14)
+    cover = smooth(0.48, 0.74, bank) * smooth(0.015, 0.10, height)
+    glow = clamp(0.45 + 3.0 * (bank - lit))
+    shade = mix((0.40, 0.42, 0.56), (0.62, 0.44, 0.46), near)
+    light = mix((0.98, 0.86, 0.84), (1.0, 0.78, 0.46), near)
+    color = mix(color, mix(shade, light, glow), 0.88 * cover)
+
+    color = mix(color, (1.0, 0.93, 0.70), 0.85 * numpy.exp(-(apart / 0.13) ** 2))
     return mix(color, (1.0, 1.0, 0.94), smooth(0.030, 0.022, apart))
 
 
@@ -55,14 +58,18 @@ def clouds(u, v):
             return (crest - y) * 7 + 2.2 * (lumps - 0.5)
         x, y = u * 16 / 9, v
         here = density(x, y)
-        cover = smooth(-0.10, 0.22, here)
-        if cover > 0:
-            slope = here - density(x - 0.030, y + 0.045)
-            lit = clamp(0.42 + 0.85 * slope) * smooth(3.2, 0.2, here)
-            shade = mix((0.50, 0.50, 0.66), (0.88, 0.62, 0.56), weight)
-            cloud = mix(scaled(shade, 0.95), (1.0, 0.95, 0.86), lit)
-            color = mix(color, mix(cloud, sky, 0.45 * smooth(0.1, 2.6, here)), cover)
+        slope = here - density(x - 0.030, y + 0.045)
+        lit = clamp(0.42 + 0.85 * slope) * smooth(3.2, 0.2, here)
+        shade = mix((0.50, 0.50, 0.66), (0.88, 0.62, 0.56), weight)
+        cloud = mix(scaled(shade, 0.95), (1.0, 0.95, 0.86), lit)
+        cloud = mix(cloud, sky, 0.45 * smooth(0.1, 2.6, here))
+        color = mix(color, cloud, smooth(-0.10, 0.22, here))
     return color
+
+
+def mirrored(picture):
+    """A sky above and the same below the horizon, for waves that turn away."""
+    return numpy.concatenate((picture, picture[::-1]))
 
 
 def coast():

@@ -7,8 +7,11 @@ stars.png    stars and moons for a point light: the whole sphere of directions, 
 
 import math
 
+import numpy
+
 from parts import make
-from picture import BLACK, clamp, fractal, mix, noise, paint, png, scaled, smooth
+from picture import (BLACK, by_case, clamp, fractal, mix, noise, paint, pick, png, scaled, smooth,
+                     where)
 
 LEAD = 0.011  # half the width of a lead, in radii of the window
 
@@ -20,21 +23,20 @@ CREAM = (1.0, 0.90, 0.66)
 def fold(angle, count):
     """The angle within its sector of count equal ones, -half .. half, and the sector's number."""
     width = 2 * math.pi / count
-    sector = math.floor(angle / width + 0.5)
-    return angle - sector * width, sector % count
+    sector = numpy.floor(angle / width + 0.5)
+    return angle - sector * width, sector.astype(int) % count
 
 
 def circle(x, y, cx, cy, radius):
-    return math.hypot(x - cx, y - cy) - radius
+    return numpy.hypot(x - cx, y - cy) - radius
 
 
 def petal(x, y, start, end, half_width):
     """Distance-like value (negative inside) of an upright petal: a wedge with a round head."""
     head = end - half_width
-    if y > head:
-        return math.hypot(x, y - head) - half_width
     width = half_width * (0.42 + 0.58 * clamp((y - start) / (head - start)))
-    return max(abs(x) - width, start - y)
+    return numpy.where(y > head, numpy.hypot(x, y - head) - half_width,
+                       numpy.maximum(abs(x) - width, start - y))
 
 
 def glass(color, x, y, seed):
@@ -44,91 +46,100 @@ def glass(color, x, y, seed):
 
 
 def window(panes, x, y):
-    """The first pane (distance, colour, seed) that holds the point; lead at the panes' edges."""
-    for distance, color, seed in panes:
-        if distance < LEAD:
-            return scaled(glass(color, x, y, seed), smooth(0.0, -0.008, distance + LEAD * 0.5))
-    return BLACK
+    """The first pane (distance, colours, which of them, seed) that holds a point; lead at its edges."""
+    distance, color, seed = numpy.full(len(x), numpy.inf), BLACK, 0
+    for away, colors, which, number in reversed(panes):
+        inside = away < LEAD
+        distance = numpy.where(inside, away, distance)
+        color = where(inside, pick(colors, which), color)
+        seed = numpy.where(inside, number, seed)
+    return scaled(glass(color, x, y, seed), smooth(0.0, -0.008, distance + LEAD * 0.5))
+
+
+def upright(radius, angle, count, turn=0.0):
+    """The plane folded to one upright sector of a ring: the point there, and the sector's number."""
+    a, k = fold(angle + turn, count)
+    return radius * numpy.sin(a), radius * numpy.cos(a), k
+
+
+def oculi(x, y, radius, angle):
+    px, py, k = upright(radius, angle, 24)
+    return window([(circle(px, py, 0, 0.885, 0.078), (RUBY, GOLD, EMERALD, GOLD), k % 4, k),
+                   (0.806 - radius, (COBALT,), 0, 40 + k)], x, y)
+
+
+def great_petals(x, y, radius, angle):
+    px, py, k = upright(radius, angle, 12)
+    qx, qy, n = upright(radius, angle, 12, math.pi / 12)
+    inner = petal(px, py, 0.48, 0.715, 0.058)
+    outer = numpy.maximum(petal(px, py, 0.42, 0.775, 0.125), 0.010 - inner)
+    return window([(inner, (GOLD, CREAM), k % 2, 90 + k), (outer, (RUBY, VIOLET), k % 2, 100 + k),
+                   (circle(qx, qy, 0, 0.735, 0.050), (SKY,), 0, 120 + n),
+                   (0.42 - radius, (COBALT, EMERALD), n % 2, 140 + n)], x, y)
+
+
+def small_petals(x, y, radius, angle):
+    px, py, k = upright(radius, angle, 12, math.pi / 12)
+    ring = numpy.maximum(radius - 0.392, 0.185 - radius)
+    return window([(petal(px, py, 0.185, 0.390, 0.068), (GOLD, SKY), k % 2, 160 + k),
+                   (ring, (EMERALD, RUBY), k % 2, 180 + k)], x, y)
+
+
+def rosette(x, y, radius, angle):
+    px, py, k = upright(radius, angle, 6)
+    return window([(radius - 0.052, (CREAM,), 0, 200),
+                   (circle(px, py, 0, 0.105, 0.046), (RUBY,), 0, 210 + k),
+                   (radius - 0.165, (GOLD,), 0, 220 + k)], x, y)
 
 
 def rose(u, v):
     """Eighteen oculi, twelve great petals with lights between them, twelve small, a rosette."""
     x, y = 2 * u - 1, 2 * v - 1
-    radius, angle = math.hypot(x, y), math.atan2(x, y)
-    if radius > 0.985:
-        return BLACK
-    panes = []
-
-    # Fold the plane to one upright sector a ring.
-    if radius > 0.79:
-        a, k = fold(angle, 24)
-        px, py = radius * math.sin(a), radius * math.cos(a)
-        panes.append((circle(px, py, 0, 0.885, 0.078), (RUBY, GOLD, EMERALD, GOLD)[k % 4], k))
-        panes.append((0.806 - radius, COBALT, 40 + k))
-    elif radius > 0.405:
-        a, k = fold(angle, 12)
-        px, py = radius * math.sin(a), radius * math.cos(a)
-        inner = petal(px, py, 0.48, 0.715, 0.058)
-        panes.append((inner, (GOLD, CREAM)[k % 2], 90 + k))
-        panes.append((max(petal(px, py, 0.42, 0.775, 0.125), 0.010 - inner),
-                      (RUBY, VIOLET)[k % 2], 100 + k))
-        a, k = fold(angle + math.pi / 12, 12)
-        px, py = radius * math.sin(a), radius * math.cos(a)
-        panes.append((circle(px, py, 0, 0.735, 0.050), SKY, 120 + k))
-        panes.append((0.42 - radius, (COBALT, EMERALD)[k % 2], 140 + k))
-    elif radius > 0.17:
-        a, k = fold(angle + math.pi / 12, 12)
-        px, py = radius * math.sin(a), radius * math.cos(a)
-        panes.append((petal(px, py, 0.185, 0.390, 0.068), (GOLD, SKY)[k % 2], 160 + k))
-        panes.append((max(radius - 0.392, 0.185 - radius), (EMERALD, RUBY)[k % 2], 180 + k))
-    else:
-        a, k = fold(angle, 6)
-        px, py = radius * math.sin(a), radius * math.cos(a)
-        panes.append((radius - 0.052, CREAM, 200))
-        panes.append((circle(px, py, 0, 0.105, 0.046), RUBY, 210 + k))
-        panes.append((radius - 0.165, GOLD, 220 + k))
-    return window(panes, x, y)
+    radius, angle = numpy.hypot(x, y), numpy.arctan2(x, y)
+    return by_case((x, y, radius, angle), (radius > 0.985, BLACK), (radius > 0.79, oculi),
+                   (radius > 0.405, great_petals), (radius > 0.17, small_petals),
+                   (radius <= 0.17, rosette))
 
 
 def star_ray(px, py, length, half_width):
     """Where a point lies in an upright pointed ray: (distance-like value, right half or not)."""
     t = clamp(py / length)
     shoulder = 0.22
-    width = half_width * (t / shoulder if t < shoulder else (1 - t) / (1 - shoulder))
-    return (abs(px) - width if 0 < py < length else 1.0), px > 0
+    width = half_width * numpy.where(t < shoulder, t / shoulder, (1 - t) / (1 - shoulder))
+    return numpy.where((0 < py) & (py < length), abs(px) - width, 1.0), px > 0
 
 
-def compass(u, v):
-    """A wind rose of three times eight rays in a ring of ticks and beads."""
-    x, y = 2 * u - 1, 2 * v - 1
-    radius, angle = math.hypot(x, y), math.atan2(x, y)
-    if radius > 0.985:
-        return BLACK
-    if radius < 0.060:
-        return scaled(CREAM, smooth(0.060, 0.050, radius))
+def beads(radius, angle):
+    px, py, k = upright(radius, angle, 32)
+    bead = circle(px, py, 0, 0.878, numpy.where(k % 2 == 0, 0.052, 0.026))
+    color = pick((GOLD, CREAM, SKY, CREAM), k % 4)
+    return where(bead < 0.010, scaled(color, smooth(0.006, -0.004, bead)),
+                 mix((0.02, 0.05, 0.20), COBALT, 0.25))
 
+
+def wind_rose(radius, angle):
+    """Three times eight rays over ripples; the first rays lie on top."""
+    ripple = 0.5 + 0.5 * numpy.cos(radius * 70)
+    color = mix((0.01, 0.04, 0.14), (0.05, 0.18, 0.40), ripple * 0.7)
+    color = where(0.765 < radius, scaled(GOLD, 0.9), color)
     rays = ((4, 0.0, 0.74, 0.150, GOLD, RUBY),
             (4, math.pi / 4, 0.66, 0.125, SKY, COBALT),
             (8, math.pi / 8, 0.50, 0.085, CREAM, EMERALD))
-    for count, turn, length, half_width, light, dark in rays:
-        a, _ = fold(angle + turn, count)
-        distance, right = star_ray(radius * math.sin(a), radius * math.cos(a), length, half_width)
-        if distance < 0.012:
-            edge = smooth(0.002, -0.008, distance)
-            return scaled(light if right else dark, edge)
+    for count, turn, length, half_width, light, dark in reversed(rays):
+        px, py, _ = upright(radius, angle, count, turn)
+        distance, right = star_ray(px, py, length, half_width)
+        ray = scaled(where(right, light, dark), smooth(0.002, -0.008, distance))
+        color = where(distance < 0.012, ray, color)
+    return color
 
-    if 0.80 < radius < 0.955:
-        a, k = fold(angle, 32)
-        px, py = radius * math.sin(a), radius * math.cos(a)
-        bead = circle(px, py, 0, 0.878, 0.052 if k % 2 == 0 else 0.026)
-        if bead < 0.010:
-            color = (GOLD, CREAM, SKY, CREAM)[k % 4]
-            return scaled(color, smooth(0.006, -0.004, bead))
-        return mix((0.02, 0.05, 0.20), COBALT, 0.25)
-    if 0.765 < radius:
-        return scaled(GOLD, 0.9)
-    ripple = 0.5 + 0.5 * math.cos(radius * 70)
-    return mix((0.01, 0.04, 0.14), (0.05, 0.18, 0.40), ripple * 0.7)
+
+def compass(u, v):
+    """A wind rose in a ring of ticks and beads."""
+    x, y = 2 * u - 1, 2 * v - 1
+    radius, angle = numpy.hypot(x, y), numpy.arctan2(x, y)
+    return by_case((radius, angle), (radius > 0.985, BLACK),
+                   (radius < 0.060, lambda r, _: scaled(CREAM, smooth(0.060, 0.050, r))),
+                   ((0.80 < radius) & (radius < 0.955), beads), (radius <= 0.985, wind_rose))
 
 
 def sky_signs(count=130):
@@ -153,15 +164,15 @@ def sky_signs(count=130):
 
 def inside_sign(kind, x, y):
     """Whether a point of the unit disc lies on a five-pointed star, a crescent or a spark."""
-    radius = math.hypot(x, y)
+    radius = numpy.hypot(x, y)
     if kind == "moon":
-        return radius < 1 and math.hypot(x - 0.42, y - 0.12) > 0.82
-    a, _ = fold(math.atan2(x, y), 5 if kind == "star" else 4)
+        return (radius < 1) & (numpy.hypot(x - 0.42, y - 0.12) > 0.82)
+    a, _ = fold(numpy.arctan2(x, y), 5 if kind == "star" else 4)
     reach, waist = (1.0, 0.42) if kind == "star" else (1.0, 0.22)
     half = math.pi / (5 if kind == "star" else 4)
     # The side runs from the tip at angle 0 to the waist at half a sector.
     tip, notch = (0.0, reach), (waist * math.sin(half), waist * math.cos(half))
-    px, py = radius * math.sin(abs(a)), radius * math.cos(a)
+    px, py = radius * numpy.sin(abs(a)), radius * numpy.cos(a)
     ex, ey = notch[0] - tip[0], notch[1] - tip[1]
     return ex * (py - tip[1]) - ey * (px - tip[0]) < 0
 
@@ -170,17 +181,21 @@ def starry(signs):
     """The painter of stars.png: longitude across (the middle looks along -z), latitude up."""
     def painter(u, v):
         longitude, latitude = 2 * math.pi * (1 - u), math.pi * (v - 0.5)
-        d = (math.cos(latitude) * math.sin(longitude), math.sin(latitude),
-             math.cos(latitude) * math.cos(longitude))
-        for centre, right, up, size, kind, color in signs:
-            along = centre[0] * d[0] + centre[1] * d[1] + centre[2] * d[2]
-            if along < 0.98:
+        width = numpy.cos(latitude)
+        d = (width * numpy.sin(longitude), numpy.sin(latitude), width * numpy.cos(longitude))
+        low, high = d[1].min() - 0.2, d[1].max() + 0.2
+        color = mix((0.105, 0.095, 0.175), (0.150, 0.135, 0.250), v)
+        for centre, right, up, size, kind, own in reversed(signs):
+            if not low < centre[1] < high:
                 continue
-            x = -(right[0] * d[0] + right[1] * d[1] + right[2] * d[2]) / (along * size)
-            y = (up[0] * d[0] + up[1] * d[1] + up[2] * d[2]) / (along * size)
-            if x * x + y * y < 1 and inside_sign(kind, x, y):
-                return color
-        return mix((0.105, 0.095, 0.175), (0.150, 0.135, 0.250), v)
+            along = centre[0] * d[0] + centre[1] * d[1] + centre[2] * d[2]
+            at = numpy.flatnonzero(along >= 0.98)
+            x, y = ((a[0] * d[0][at] + a[1] * d[1][at] + a[2] * d[2][at]) / (along[at] * size)
+                    for a in (right, up))
+            at = at[(x * x + y * y < 1) & inside_sign(kind, -x, y)]
+            for channel, value in zip(color, own):
+                channel[at] = value
+        return color
     return painter
 
 

@@ -11,7 +11,9 @@ import os
 import subprocess
 import tempfile
 
-from picture import mix, noise, paint, write_png
+import numpy
+
+from picture import mix, noise, paint, png, where
 from sheet import FONT, INK, LABEL, PAPER
 
 SCENE = os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "sprite.mi")
@@ -21,18 +23,17 @@ PART, PART_SIZE, PART_ZOOM = "32x14+0+66", (32, 14), 15  # the top of the heart
 
 def meadow(u, v):
     """Sky in steps, clouds and two hills, in squares as large as the pixels of the figures."""
-    x, y = int(u * SIZE), int(v * SIZE)
-    color = mix((0.74, 0.91, 0.97), (0.36, 0.66, 0.93), round(5 * v) / 5)
+    x, y = numpy.floor(u * SIZE), numpy.floor(v * SIZE)
+    color = mix((0.74, 0.91, 0.97), (0.36, 0.66, 0.93), numpy.rint(5 * v) / 5)
     for cx, cy, width in CLOUDS:
         rise = 4 - ((x - cx) / width) ** 2 * 4 + 2 * noise(x / 3, cy, seed=2)
-        if 0 <= y - cy < rise:
-            color = (0.98, 0.99, 1.0) if y - cy > 1 else (0.84, 0.92, 0.98)
+        cloud = where(y - cy > 1, (0.98, 0.99, 1.0), (0.84, 0.92, 0.98))
+        color = where((0 <= y - cy) & (y - cy < rise), cloud, color)
     for base, swing, step, top, body in HILLS:
         height = base + swing * noise(x / step, base, seed=7)
-        if y < height:
-            color = top if y > height - 2 else body
-            if noise(1.7 * x, 1.7 * y, seed=3) > 0.9:
-                color = mix(color, top, 0.6)
+        hill = where(y > height - 2, top, body)
+        hill = where(noise(1.7 * x, 1.7 * y, seed=3) > 0.9, mix(hill, top, 0.6), hill)
+        color = where(y < height, hill, color)
     return color
 
 
@@ -55,7 +56,8 @@ def main():
     with tempfile.TemporaryDirectory() as folder:
         subprocess.run([command, "render", os.path.abspath(SCENE), "-v", "2"], cwd=folder, check=True)
         ground = os.path.join(folder, "ground.png")
-        write_png(ground, paint(SIZE, SIZE, meadow, 1, 256))
+        with open(ground, "wb") as file:
+            file.write(png(paint(SIZE, SIZE, meadow, 1, 256)))
         width, large, small = SIZE * ZOOM, SIZE * ZOOM, PART_SIZE[1] * PART_ZOOM
         sheet = ["--create", f"{2 * width + GAP}x{large + GAP + small + LABEL}", 3,
                  f"--fill:color={PAPER}", f"{2 * width + GAP}x{large + GAP + small + LABEL}"]

@@ -6,8 +6,10 @@ a profile meet, normals are split, and that is where creases are drawn.
 
 import math
 
+import numpy
+
 from parts import make
-from picture import BLACK, mix, paint, png, smooth
+from picture import mix, paint, png, smooth
 from robot import aim, tube, turned_part
 from shapes import Mesh, arc, curve
 
@@ -188,16 +190,14 @@ def blossoms(inner):
 def gingham(u, v):
     """A woven check, one repeat."""
     light, dark = (0.97, 0.95, 0.90), (0.80, 0.16, 0.17)
-    return mix(light, dark, 0.5 * ((u < 0.5) + (v < 0.5)))
+    return mix(light, dark, 0.5 * ((u < 0.5) + 1.0 * (v < 0.5)))
 
 
 def panes(u, v):
     """A window of two by three panes with a branch before it."""
     x, y = 2.3 * (u - 0.5), 2.3 * (v - 0.5)
-    if abs(x) > 0.62 or abs(y) > 0.88:
-        return BLACK
-    edge = max(abs(abs(x) - 0.32) - 0.27, abs((y + 0.88) % 0.58667 - 0.29333) - 0.262)
-    light = smooth(0.012, -0.012, edge)
+    edge = numpy.maximum(abs(abs(x) - 0.32) - 0.27, abs((y + 0.88) % 0.58667 - 0.29333) - 0.262)
+    light = smooth(0.012, -0.012, edge) * ((abs(x) <= 0.62) & (abs(y) <= 0.88))
     for k in range(11):
         cx, cy = 0.66 - 0.125 * k, 0.62 - 0.03 * k - 0.012 * k * k
         for side in (-1, 1):

@@ -8,21 +8,23 @@ strokes.png  white strokes of a dry brush on black, for a cartoon's lines
 
 import math
 
+import numpy
+
 from parts import make
-from picture import fractal, mix, noise, paint, png, scaled, smooth
+from picture import fractal, least, mix, noise, paint, png, scaled, smooth, where
 
 
 def tiles(u, v):
     """Cream and umber marble with dark joints."""
-    column, row = int(u * 2), int(v * 2)
+    column, row = (u * 2).astype(int), (v * 2).astype(int)
     x, y = u * 2 - column, v * 2 - row
-    joint = min(x, 1 - x, y, 1 - y)
+    joint = least(x, 1 - x, y, 1 - y)
     light = (column + row) % 2 == 0
     seed = 1 + column + 2 * row
     bend = fractal(u * 5, v * 5, 3, seed=seed)
-    vein = abs(math.sin(9 * (u * (1 if light else -1) + v * 0.6 + 0.5 * bend) + seed))
-    ground = (0.80, 0.73, 0.62) if light else (0.27, 0.18, 0.13)
-    streak = (0.55, 0.45, 0.36) if light else (0.47, 0.36, 0.27)
+    vein = abs(numpy.sin(9 * (u * numpy.where(light, 1, -1) + v * 0.6 + 0.5 * bend) + seed))
+    ground = where(light, (0.80, 0.73, 0.62), (0.27, 0.18, 0.13))
+    streak = where(light, (0.55, 0.45, 0.36), (0.47, 0.36, 0.27))
     color = mix(scaled(ground, 0.90 + 0.2 * bend), streak, 0.7 * smooth(0.16, 0.0, vein))
     return mix((0.08, 0.07, 0.06), color, smooth(0.008, 0.016, joint))
 
@@ -30,7 +32,7 @@ def tiles(u, v):
 def wood(u, v):
     """Long streaks that wander a little, with fine pores."""
     drift = u + 0.05 * (noise(3, v * 4, 4) - 0.5)
-    rings = 0.5 + 0.5 * math.sin(34 * drift + 5 * noise(drift * 5, v * 4, 4, seed=2))
+    rings = 0.5 + 0.5 * numpy.sin(34 * drift + 5 * noise(drift * 5, v * 4, 4, seed=2))
     pores = noise(u * 90, v * 8, 8, seed=4)
     color = mix((0.42, 0.24, 0.13), (0.72, 0.47, 0.27), rings)
     return scaled(color, 0.80 + 0.30 * pores)
@@ -38,8 +40,8 @@ def wood(u, v):
 
 def height_at(longitude, latitude):
     """Relief of the imaginary world, above 0 on land."""
-    x = math.cos(latitude) * math.sin(longitude)
-    y, z = math.sin(latitude), math.cos(latitude) * math.cos(longitude)
+    x = numpy.cos(latitude) * numpy.sin(longitude)
+    y, z = numpy.sin(latitude), numpy.cos(latitude) * numpy.cos(longitude)
     first = fractal(1.9 * x + 7.3, 1.9 * y + 1.2 * z + 3.1, 4, seed=11)
     second = fractal(1.9 * z + 4.4, 1.9 * y - 1.2 * x + 9.7, 4, seed=31)
     return first + second - 1.07
@@ -49,34 +51,32 @@ def globe(u, v):
     """Parchment lands by height on a faded sea, with a graticule and brown coasts."""
     longitude, latitude = 2 * math.pi * u, math.pi * (v - 0.5)
     height = height_at(longitude, latitude)
-    if height > 0:
-        low, high = (0.86, 0.66, 0.30), (0.62, 0.25, 0.13)
-        green = (0.38, 0.52, 0.22)
-        color = mix(green, low, smooth(0.0, 0.10, height + 0.06 * math.sin(3 * latitude)))
-        color = mix(color, high, smooth(0.10, 0.24, height))
-    else:
-        color = mix((0.20, 0.50, 0.56), (0.06, 0.22, 0.36), smooth(0.0, -0.22, height))
+    low, high = (0.86, 0.66, 0.30), (0.62, 0.25, 0.13)
+    green = (0.38, 0.52, 0.22)
+    land = mix(green, low, smooth(0.0, 0.10, height + 0.06 * numpy.sin(3 * latitude)))
+    land = mix(land, high, smooth(0.10, 0.24, height))
+    sea = mix((0.20, 0.50, 0.56), (0.06, 0.22, 0.36), smooth(0.0, -0.22, height))
+    color = where(height > 0, land, sea)
     color = mix((0.22, 0.12, 0.06), color, smooth(0.002, 0.012, abs(height)))
-    if abs(latitude) > 1.30 + 0.05 * math.sin(5 * longitude):
-        color = (0.90, 0.87, 0.78)
+    color = where(abs(latitude) > 1.30 + 0.05 * numpy.sin(5 * longitude), (0.90, 0.87, 0.78), color)
 
     # Draw a line every 15 degrees, as wide on the sphere everywhere.
     step = math.pi / 12
-    east = abs((longitude + step / 2) % step - step / 2) * math.cos(latitude)
-    east = 1.0 if abs(latitude) > 5 * step else east
+    east = abs((longitude + step / 2) % step - step / 2) * numpy.cos(latitude)
+    east = numpy.where(abs(latitude) > 5 * step, 1.0, east)
     north = abs((latitude + step / 2) % step - step / 2)
-    return mix(color, (0.30, 0.20, 0.10), 0.55 * smooth(0.009, 0.005, min(east, north)))
+    return mix(color, (0.30, 0.20, 0.10), 0.55 * smooth(0.009, 0.005, least(east, north)))
 
 
 def strokes(u, v):
     """Slanting strokes with frayed ends: white or black."""
     x, y = u * 6 + v * 0.9, v * 9 - u * 1.6
-    row = math.floor(y)
+    row = numpy.floor(y)
     reach = 2.2 + 3.4 * noise(row * 0.73, 3.1, seed=9)
     bristle = fractal(x * 0.9, y * 12, 3, seed=5)
-    inside = min(x - 0.7 - 0.5 * noise(row * 1.9, 7.7), reach + 0.6 - x, 1.2)
-    edge = min(y - row, row + 1 - y)
-    return (float(bristle < 0.35 + 0.5 * inside and edge > 0.12 * bristle),) * 3
+    inside = least(x - 0.7 - 0.5 * noise(row * 1.9, 7.7), reach + 0.6 - x, 1.2)
+    edge = least(y - row, row + 1 - y)
+    return ((bristle < 0.35 + 0.5 * inside) & (edge > 0.12 * bristle),) * 3
 
 
 if __name__ == "__main__":

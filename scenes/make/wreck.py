@@ -6,6 +6,8 @@ wide. The sea bed is a mesh of its own. Lengths are in metres.
 
 import math
 
+import numpy
+
 from harbour import put, rock
 from parts import make
 from picture import fractal, noise, paint, png
@@ -222,7 +224,7 @@ def caustics(u, v):
         y = cells * v + 0.9 * noise(cells * u, cells * v, cells, seed + 1)
         ridge = 1 - abs(2 * noise(x, y, cells, seed + 2) - 1)
         total += ridge ** 7
-    return tuple(min(1.0, 0.38 + 0.55 * c * total) for c in (0.72, 0.80, 0.78))
+    return tuple(numpy.minimum(1.0, 0.38 + 0.55 * c * total) for c in (0.72, 0.80, 0.78))
 
 
 PARTS = (
