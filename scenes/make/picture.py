@@ -87,8 +87,9 @@ def _cells(value, period, factor, more=0):
     """Which lattice cells values lie in and where in them, smoothed: terms of the cell and the next."""
     floor = numpy.floor(value)
     part = value - floor
-    cell = floor.astype(numpy.int64) if isinstance(floor, numpy.ndarray) else int(floor)
-    terms = [numpy.asarray(c % period * factor + more, numpy.int64).astype(numpy.uint32)
+    cell = numpy.asarray(floor).astype(numpy.int64)
+    power = period & (period - 1) == 0
+    terms = [((c & (period - 1) if power else c % period) * factor + more).astype(numpy.uint32)
              for c in (cell, cell + 1)]
     return terms, part * part * (3 - 2 * part)
 

@@ -183,14 +183,15 @@ def starry(signs):
         longitude, latitude = 2 * math.pi * (1 - u), math.pi * (v - 0.5)
         width = numpy.cos(latitude)
         d = (width * numpy.sin(longitude), numpy.sin(latitude), width * numpy.cos(longitude))
-        low, high = d[1].min() - 0.2, d[1].max() + 0.2
+        low, high = d[1].min(), d[1].max()
         color = mix((0.105, 0.095, 0.175), (0.150, 0.135, 0.250), v)
         for centre, right, up, size, kind, own in reversed(signs):
-            if not low < centre[1] < high:
+            if not low - size < centre[1] < high + size:
                 continue
             along = centre[0] * d[0] + centre[1] * d[1] + centre[2] * d[2]
-            at = numpy.flatnonzero(along >= 0.98)
-            x, y = ((a[0] * d[0][at] + a[1] * d[1][at] + a[2] * d[2][at]) / (along[at] * size)
+            at = numpy.flatnonzero(along > 1 - size * size)
+            near, along = [part[at] for part in d], along[at]
+            x, y = ((a[0] * near[0] + a[1] * near[1] + a[2] * near[2]) / (along * size)
                     for a in (right, up))
             at = at[(x * x + y * y < 1) & inside_sign(kind, -x, y)]
             for channel, value in zip(color, own):
