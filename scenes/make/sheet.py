@@ -2,7 +2,10 @@
 
 import os
 import subprocess
+import sys
 
+ROOT = os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "..")
+STRIP = os.path.join(ROOT, "scripts", "check_pictures.py")
 FONT = "/usr/share/fonts/truetype/dejavu/DejaVuSans.ttf"
 PAPER = "0.09,0.09,0.10"
 INK = "0.80,0.80,0.82"
@@ -18,6 +21,12 @@ def _size(picture):
                           text=True).stdout
     width, height = told.split(":", 1)[1].split(",")[0].split("x")
     return int(width), int(height)
+
+
+def bare(picture):
+    """Takes out of a picture what names the folders that it was made in, and tells its size."""
+    subprocess.run([sys.executable, STRIP, "--strip", picture], check=True)
+    print(f"{picture}: {os.path.getsize(picture) // 1024} KB")
 
 
 def labelled(picture, text):
@@ -38,4 +47,4 @@ def tile(pictures, columns, result, quality=88):
     os.makedirs(os.path.dirname(os.path.abspath(result)), exist_ok=True)
     _oiiotool(*pictures, "--mosaic:pad=6", f"{columns}x{rows}", "-d", "uint8",
               "--compression", f"jpeg:{quality}", "-o", result)
-    print(f"{result}: {os.path.getsize(result) // 1024} KB")
+    bare(result)

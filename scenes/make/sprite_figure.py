@@ -14,7 +14,7 @@ import tempfile
 import numpy
 
 from picture import mix, noise, paint, png, where
-from sheet import FONT, INK, LABEL, PAPER
+from sheet import FONT, INK, LABEL, PAPER, bare
 
 SCENE = os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "sprite.mi")
 SIZE, ZOOM, GAP = 96, 5, 6
@@ -72,7 +72,7 @@ def main():
                       f"--text:x={x + 4}:y={large + GAP + small + 16}:size=14:font={FONT}:color={INK}",
                       f"blend_background {'on' if column else 'off'}"]
         oiiotool(*sheet, "-d", "uint8", "--compression", "jpeg:92", "-o", options.picture)
-        print(f"{options.picture}: {os.path.getsize(options.picture) // 1024} KB")
+        bare(options.picture)
 
 
 if __name__ == "__main__":
