@@ -27,13 +27,13 @@ endef
 .PHONY: demo gallery test accept hard hard-short build configure packages hard-packages format check-format clean
 
 demo: configure
-	cmake --build $(BUILD) --target orvane orvane_shaders presets
+	cmake --build $(BUILD) --target orvane orvane_shaders slide_parts
 	@mkdir -p out
 	$(BUILD)/orvane render scenes/slide.mi
 	@echo "The picture is $(CURDIR)/out/slide.png (and slide.exr beside it)."
 
 gallery: configure
-	cmake --build $(BUILD) --target orvane orvane_shaders presets
+	cmake --build $(BUILD) --target orvane orvane_shaders scene_parts
 	$(PYTHON) scenes/make/gallery.py $(BUILD)/orvane out/gallery --width $(WIDTH)
 
 test: build

@@ -44,10 +44,8 @@ inline double processor_seconds_of(const auto& work) {
 }
 
 // Calls work with the frame that a scene text's render command asks for, ready to be shaded. The
-// plug-in and the declarations are those beside the benchmark; files that the scene names stand in
-// folder.
-inline void with_frame(const std::string& text, const std::function<void(trace::Frame&)>& work,
-                       const std::filesystem::path& folder = {}) {
+// plug-in, the declarations and the files that the scene names are those beside the benchmark.
+inline void with_frame(const std::string& text, const std::function<void(trace::Frame&)>& work) {
     const std::filesystem::path here =
         std::filesystem::read_symlink("/proc/self/exe").parent_path();
     scene::ParserSettings settings;
@@ -57,11 +55,11 @@ inline void with_frame(const std::string& text, const std::function<void(trace::
         std::string why;
         for (const auto& [name, place] : scene.libraries) libraries.link(name, why);
         world::PictureCache pictures;
-        world::World world(scene, command, libraries, pictures, {{folder}, {}, {}}, {});
+        world::World world(scene, command, libraries, pictures, {{here}, {}, {}}, {});
         trace::Frame frame(world);
         work(frame);
     };
-    scene::parse_text(text, "bench", folder, settings);
+    scene::parse_text(text, "bench", {}, settings);
 }
 
 }  // namespace orvane::bench

@@ -45,8 +45,16 @@ def build(preset, *targets):
     return ROOT / 'build' / preset
 
 
-def command(preset='release'):
-    return build(preset, 'orvane', 'orvane_shaders', 'presets') / 'orvane'
+def command(preset='release', *more):
+    """The program of a preset; what scenes use is made once, and the other builds have it as well."""
+    release = build('release', 'orvane', 'orvane_shaders', 'scene_parts')
+    if preset == 'release':
+        return release / 'orvane'
+    folder = build(preset, 'orvane', 'orvane_shaders', *more)
+    for parts in ('meshes', 'textures', 'slides', 'presets'):
+        if not (folder / parts).exists():
+            (folder / parts).symlink_to(release / parts)
+    return folder / 'orvane'
 
 
 def run(*arguments, timeout=600, environment={}):
@@ -259,7 +267,7 @@ def calls(seconds):
 
 def blocks(seconds):
     """Random parameters, legal and hostile, for every shader in pictures by the sanitized command."""
-    orvane = build('asan', 'orvane', 'orvane_shaders', 'presets', 'probe') / 'orvane'
+    orvane = command('asan', 'probe')
     return told(sys.executable, ROOT / 'tests' / 'hard' / 'blocks.py', orvane, '--seconds', seconds, '--calls', 200000,
                 timeout=seconds + 900)
 
