@@ -16,7 +16,8 @@ import sys
 
 ROOT = os.path.dirname(os.path.dirname(os.path.abspath(__file__)))
 PNG, JPEG, EXR = b"\x89PNG\r\n\x1a\n", b"\xff\xd8\xff", b"\x76\x2f\x31\x01"
-PNG_CHUNKS = {b"IHDR", b"PLTE", b"IDAT", b"IEND", b"tRNS", b"gAMA", b"cHRM", b"sRGB", b"iCCP", b"sBIT"}
+PNG_CHUNKS = {b"IHDR", b"PLTE", b"IDAT", b"IEND", b"tRNS", b"gAMA", b"cHRM", b"sRGB", b"iCCP",
+              b"sBIT"}
 SCAN = 0xDA
 JPEG_MARKERS = {0xD8, 0xD9, 0xDB, 0xDD, 0xC4, SCAN, 0xE0, 0xE2, 0xEE, *range(0xC0, 0xC4)}
 

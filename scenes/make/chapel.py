@@ -200,13 +200,13 @@ def lantern():
     return mesh
 
 
-# Colours of the window's tiers from the sill up: the panes, the ring.
+# Colors of the window's tiers from the sill up: the panes, the ring.
 TIERS = ((EMERALD, GOLD), (COBALT, SKY), (RUBY, CREAM), (VIOLET, SKY),
          (GOLD, RUBY), (EMERALD, CREAM), (COBALT, RUBY), (GOLD, CREAM))
 
 
 def lancet(u, v):
-    """Eight broad tiers from the sill up, each of one colour, with a medallion."""
+    """Eight broad tiers from the sill up, each of one color, with a medallion."""
     lead = 0.006
     tier = numpy.minimum((v * 8).astype(int), 7)
     ground, medal = (pick(colors, tier) for colors in zip(*TIERS))

@@ -4,8 +4,8 @@ Such a script is called as
 
     python3 SCRIPT.py FOLDER [--stamp FILE]
 
-and writes below a folder: the build gives that of the program, beside which scenes find their parts.
-The stamp is written last; FILE.d beside it names the modules that the script was made of.
+and writes below a folder: the build gives that of the program, beside which scenes find their
+parts. The stamp is written last; FILE.d beside it names the modules that the script was made of.
 """
 
 import argparse

@@ -1,8 +1,8 @@
 """Pictures for the scenes: painting by formula, and the bytes of a PNG file.
 
-A painter is a function (x, y) -> (r, g, b) with values from 0 to 1. It is given many points at once:
-x, y and what it returns are arrays, or numbers where all points share them. The functions below
-take numbers as well.
+A painter is a function (x, y) -> (r, g, b) with values from 0 to 1. It is given many points at
+once: x, y and what it returns are arrays, or numbers where all points share them. The functions
+below take numbers as well.
 """
 
 import functools
@@ -17,7 +17,7 @@ BLOCK = 1 << 15  # points that are painted at once; their arrays fit the cache
 
 
 def mix(a, b, t):
-    """The colour (or tuple) that lies the fraction t of the way from a to b."""
+    """The color (or tuple) that lies the fraction t of the way from a to b."""
     return tuple(p + (q - p) * t for p, q in zip(a, b))
 
 
@@ -42,17 +42,17 @@ def smooth(low, high, value):
 
 
 def where(condition, a, b):
-    """The colour a where a condition holds, b elsewhere."""
+    """The color a where a condition holds, b elsewhere."""
     return tuple(numpy.where(condition, p, q) for p, q in zip(a, b))
 
 
 def pick(colors, index):
-    """Of some colours the one of each point."""
+    """Of some colors the one of each point."""
     return tuple(channel[index] for channel in numpy.array(colors, float).T)
 
 
 def by_case(values, *cases):
-    """The colours of points by the first case that holds: pairs of a condition and a colour, or a
+    """The colors of points by the first case that holds: pairs of a condition and a color, or a
     painter, which is given the values at the points of its case alone."""
     color = numpy.zeros((3, len(values[0])))
     left = numpy.ones(len(values[0]), bool)
@@ -84,7 +84,7 @@ def _lattices(columns, rows):
 
 
 def _cells(value, period, factor, more=0):
-    """Which lattice cells values lie in and where in them, smoothed: terms of the cell and the next."""
+    """Terms of the lattice cells that values lie in and of the next; where in them, smoothed."""
     floor = numpy.floor(value)
     part = value - floor
     cell = numpy.asarray(floor).astype(numpy.int64)

@@ -253,7 +253,7 @@ def knoll():
 
 
 def sky(u, v):
-    """Rays of a low sun behind the hills, with round clouds: flat colours, as on a poster."""
+    """Rays of a low sun behind the hills, with round clouds: flat colors, as on a poster."""
     x, y = (u - 0.42) * 16 / 9, v - 0.30
     ray = 0.5 + 0.5 * numpy.sin(18 * numpy.arctan2(y, x))
     low, high = (0.99, 0.90, 0.68), (0.50, 0.78, 0.82)

@@ -1,6 +1,6 @@
 """Paints the slides that the scenes' lights project.
 
-rose.png     a rose window: rings of coloured panes between dark leads
+rose.png     a rose window: rings of colored panes between dark leads
 compass.png  a compass star, for a light that points down on a floor
 stars.png    stars and moons for a point light: the whole sphere of directions, north up
 """
@@ -40,13 +40,13 @@ def petal(x, y, start, end, half_width):
 
 
 def glass(color, x, y, seed):
-    """A pane of hand-made glass: the colour, uneven and a little paler in places."""
+    """A pane of hand-made glass: the color, uneven and a little paler in places."""
     shade = 0.72 + 0.42 * fractal(x * 9 + seed * 3.7, y * 9 + seed * 1.3, 2, seed=seed)
     return mix(scaled(color, shade), CREAM, 0.12 * noise(x * 5 - seed, y * 5, seed=seed + 9))
 
 
 def window(panes, x, y):
-    """The first pane (distance, colours, which of them, seed) that holds a point; lead at its edges."""
+    """The first pane (distance, colors, which one, seed) that holds a point; lead at its edges."""
     distance, color, seed = numpy.full(len(x), numpy.inf), BLACK, 0
     for away, colors, which, number in reversed(panes):
         inside = away < LEAD
@@ -57,7 +57,7 @@ def window(panes, x, y):
 
 
 def upright(radius, angle, count, turn=0.0):
-    """The plane folded to one upright sector of a ring: the point there, and the sector's number."""
+    """The plane folded to an upright sector of a ring: the point there, the sector's number."""
     a, k = fold(angle + turn, count)
     return radius * numpy.sin(a), radius * numpy.cos(a), k
 
@@ -143,7 +143,7 @@ def compass(u, v):
 
 
 def sky_signs(count=130):
-    """Signs spread evenly over the sphere: (centre, right, up, size, kind, colour)."""
+    """Signs spread evenly over the sphere: (centre, right, up, size, kind, color)."""
     signs = []
     for k in range(count):
         y = 1 - (2 * k + 1) / count
