@@ -63,10 +63,13 @@ def parts_of(data):
 
 def faults(data):
     """What a file holds that it should not; nothing when it is no picture."""
-    if data.startswith(EXR):
-        return [f"{name} names a folder: {text}" for name, text in exr_texts(data)
-                if "/" in text or "\\" in text]
-    return [f"holds {kind}" for kind, _, stays in parts_of(data) if not stays]
+    try:
+        if data.startswith(EXR):
+            return [f"{name} names a folder: {text}" for name, text in exr_texts(data)
+                    if "/" in text or "\\" in text]
+        return [f"holds {kind}" for kind, _, stays in parts_of(data) if not stays]
+    except (ValueError, struct.error):
+        return ["is no whole picture"]
 
 
 def main():
@@ -76,12 +79,9 @@ def main():
     options = parser.parse_args()
     listed = subprocess.run(["git", "ls-files", "-z"], cwd=ROOT, capture_output=True, text=True,
                             check=True).stdout.split("\0")[:-1] if not options.files else []
-    files = options.files or [os.path.join(ROOT, name) for name in listed]
-
+    paths = [os.path.join(ROOT, name) for name in listed]  # git lists what was just removed, too
     bad = 0
-    for path in files:
-        if not os.path.isfile(path):
-            continue  # removed, and not yet from git's list
+    for path in options.files or filter(os.path.isfile, paths):
         with open(path, "rb") as file:
             data = file.read()
         if options.strip and parts_of(data) and faults(data):
