@@ -27,7 +27,6 @@ class Figure:
     def text(self, parameters, more):
         with open(os.path.join(SCENES, "docs", "material.mi"), encoding="ascii") as file:
             text = file.read()
-        text = text.replace('"../', '"')  # as read from the folder of the scenes
 
         # Give the material its shaders, then its parameters: a cell's win over those of the figure.
         shown = 'material "shown"\n'
