@@ -100,18 +100,17 @@ std::vector<std::uint8_t> encode_as(const Encoding& picture, Imf::Header& header
     if (hurried) header.compression() = Imf::NO_COMPRESSION;
     Memory memory;
     std::size_t table_end = 0;
+    int done = 0;  // rows
     {
         const EndsWithoutMemory guard;  // the library waits for ever for rows that it cannot hold
         constexpr int kLines = 16;
         Imf::OutputFile file(memory, header, 0);
         table_end = memory.tellp();
         file.setFrameBuffer(buffer);
-        for (int y = 0; y < picture.height; y += kLines) {
-            if (!hurried && picture.settings.hurried())
-                return encode_as(picture, header, type, values);
-            file.writePixels(std::min(kLines, picture.height - y));
-        }
+        for (; done < picture.height && (hurried || !picture.settings.hurried()); done += kLines)
+            file.writePixels(std::min(kLines, picture.height - done));
     }
+    if (done < picture.height) return encode_as(picture, header, type, values);
     // Rows that it had no memory to compress it leaves out without a word.
     const std::size_t rows = rows_of(header.compression());
     if (!memory.is_filled(table_end, (static_cast<std::size_t>(picture.height) + rows - 1) / rows))

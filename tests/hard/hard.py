@@ -187,8 +187,9 @@ def failing(orvane, at, scene, picture):
 def allocations(seconds):
     """Each allocation fails in turn, alone and with all that follow: the command ends with 33, one line and no
     picture, or with the bits of the undisturbed one. As many as there is time for, evenly. Pictures are PNG and EXR: the
-    250 libraries of other formats (GLib, GnuTLS and their like) abort by themselves while they are loaded. One place is left where a foreign library falls: when all fails from
-    within TBB's look for libtbbmalloc on, in rtcNewDevice, dlopen of glibc reads an error that it could not keep (-11)."""
+    250 libraries of other formats (GLib, GnuTLS and their like) abort by themselves while they are loaded. One place is
+    left where a foreign library falls: when all fails from within TBB's look for libtbbmalloc on, in rtcNewDevice,
+    dlopen of glibc reads an error that it could not keep (-11)."""
     orvane = build('release', 'orvane', 'orvane_shaders', 'presets', 'failing_allocations') / 'orvane'
     found, ends, counts = [], collections.Counter(), []
     scenes = ['docs/beam_minimal.mi', 'flare.mi', 'toon.mi', 'velvet.mi', 'bg_pic.mi']
