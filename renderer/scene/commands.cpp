@@ -5,6 +5,7 @@
 
 #include "scene/calls.h"
 #include "scene/elements.h"
+#include "scene/limits.h"
 #include "scene/messages.h"
 #include "scene/statements.h"
 
@@ -95,8 +96,16 @@ void read_debug(Reader& in) {
 
 void read_namespace(Reader& in) {
     in.take();
+    const Token token = in.peek();
+    if (in.name_prefix.size() == kDeepestNamespace)
+        in.fail(token,
+                "namespaces are nested more than " + std::to_string(kDeepestNamespace) + " deep");
     const std::string outer = in.name_prefix.empty() ? "" : in.name_prefix.back();
-    in.name_prefix.push_back(outer + in.name("the name of a namespace") + "::");
+    const std::string prefix = outer + in.name("the name of a namespace") + "::";
+    if (prefix.size() > kLongestNamespaces)
+        in.fail(token, "the names of the open namespaces have more than " +
+                           std::to_string(kLongestNamespaces) + " characters in all");
+    in.name_prefix.push_back(prefix);
 }
 
 void read_end(Reader& in) {

@@ -31,6 +31,9 @@ class Error : public std::runtime_error {
     std::string details;
 };
 
+// Thrown to give up what is being read or built, when a signal asks for it. No fault of anyone.
+struct Stopped {};
+
 // "file:line:column", or "" for a place that is not in a text.
 std::string to_string(const scene::Place& place);
 

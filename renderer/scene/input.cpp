@@ -4,6 +4,7 @@
 #include <cstdlib>
 
 #include "scene/errors.h"
+#include "scene/limits.h"
 
 namespace orvane::scene {
 
@@ -154,6 +155,10 @@ void Input::include(const Token& directive) {
                        "cannot find the include file \"" + substitute(name.text) + "\"",
                        searched.empty() ? "" : "include path:" + searched);
     }
+    if (open_.size() > kDeepest)
+        fail(directive, "files include each other more than " + std::to_string(kDeepest) + " deep");
+    if (++includes_ > kMostIncludes)
+        fail(directive, "the scene includes more than " + std::to_string(kMostIncludes) + " files");
     std::error_code error;
     refuse_cycle(directive, fs::weakly_canonical(file, error));
 

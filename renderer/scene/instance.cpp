@@ -1,4 +1,6 @@
 // Instances and groups of them.
+#include <cmath>
+
 #include "scene/calls.h"
 #include "scene/elements.h"
 #include "scene/statements.h"
@@ -7,16 +9,34 @@ namespace orvane::scene {
 
 namespace {
 
+// Points have no fourth coordinate, so a last column that is not 0 0 0 1 is a slip. Exporters
+// round.
+Matrix read_matrix(Reader& in, std::string_view what) {
+    constexpr float kRounding = 1e-4f;
+    Matrix matrix;
+    for (std::size_t i = 0; i < matrix.size(); ++i) {
+        const Token token = in.peek();
+        matrix[i] = in.number(what);
+        if (i % 4 != 3) continue;
+        if (!(std::abs(matrix[i] - kIdentity[i]) <= kRounding))
+            in.fail(token, "number " + std::to_string(i + 1) + " of the " + std::string(what) +
+                               " must be " + (i == 15 ? "1" : "0") +
+                               ": the last column of a matrix is 0 0 0 1");
+        matrix[i] = kIdentity[i];
+    }
+    return matrix;
+}
+
 void read_transform(Reader& in, Instance& instance) {
     if (at_call(in)) return ignore_calls(in, "transform");
-    instance.transform = in.at_number() ? in.matrix("transform") : kIdentity;
+    instance.transform = in.at_number() ? read_matrix(in, "transform") : kIdentity;
 }
 
 void read_motion(Reader& in, Instance& instance) {
     instance.motion_transform.reset();
     if (in.accept("off")) return;
     in.expect("transform", "or \"off\" after \"motion\"");
-    if (in.at_number()) instance.motion_transform = in.matrix("motion transform");
+    if (in.at_number()) instance.motion_transform = read_matrix(in, "motion transform");
 }
 
 // One name, several in brackets, or none.

@@ -40,13 +40,8 @@ void Reader::close(const Heading& heading) {
          "the " + heading.keyword + " began at " + to_string(heading.token.place()));
 }
 
-bool Reader::defined(const std::string& name) const {
-    bool found = false;
-    for_each_table(scene, [&](const auto& table) { found = found || table.contains(name); });
-    return found;
-}
-
 void Reader::forget(const std::string& name) {
+    if (names_.erase(name) == 0) return;
     for_each_table(scene, [&](auto& table) { table.erase(name); });
 }
 

@@ -6,6 +6,7 @@
 #include <set>
 #include <string>
 #include <string_view>
+#include <unordered_set>
 #include <vector>
 
 #include "scene/errors.h"
@@ -40,7 +41,7 @@ class Reader : public Tokens {
     template <typename T>
     void define(Table<T> Scene::*table, const std::string& name, T record);
 
-    bool defined(const std::string& name) const;
+    bool defined(const std::string& name) const { return names_.contains(name); }
     void forget(const std::string& name);
 
     // The name of a new element, and the element that a name written here means.
@@ -59,6 +60,7 @@ class Reader : public Tokens {
   private:
     [[noreturn]] void fail_unchanged(const Heading& heading, std::vector<std::string> names) const;
 
+    std::unordered_set<std::string> names_;  // of all elements
     std::set<std::string> warned_;
 };
 
@@ -81,6 +83,7 @@ T Reader::begin(Table<T> Scene::*table, const Heading& heading) {
 template <typename T>
 void Reader::define(Table<T> Scene::*table, const std::string& name, T record) {
     forget(name);
+    names_.insert(name);
     (scene.*table)[name] = std::make_shared<const T>(std::move(record));
 }
 

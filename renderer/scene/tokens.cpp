@@ -119,12 +119,6 @@ Vec3 Tokens::vector(std::string_view what) {
     return {x, y, number(what)};
 }
 
-Matrix Tokens::matrix(std::string_view what) {
-    Matrix result;
-    for (float& element : result) element = number(what);
-    return result;
-}
-
 void Tokens::skip_brackets() {
     const Token opened = peek();
     int depth = 0;

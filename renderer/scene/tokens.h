@@ -50,7 +50,6 @@ class Tokens {
     int integer(std::string_view what, int least, int most);
     std::uint32_t label(std::string_view what);  // 32 bits; below zero it wraps
     Vec3 vector(std::string_view what);
-    Matrix matrix(std::string_view what);
 
     // Takes a bracket, what it holds, and its partner.
     void skip_brackets();

@@ -13,11 +13,10 @@ namespace orvane::world {
 
 // A leaf of the instance tree: what is placed, with all that it inherits.
 struct Leaf {
-    std::string name;  // of the instance
+    const std::string* name = nullptr;  // of the instance, in the scene's table
     const scene::Instance* source = nullptr;
     Imath::M44f world_to_local, motion_world_to_local;
-    std::vector<std::string> materials;
-    scene::Place materials_place;
+    const scene::Instance* dressed = nullptr;    // the instance whose materials hold, or null
     std::optional<bool> visible, trace, shadow;  // from instances; nothing = the object's own
     std::optional<std::uint32_t> tag;
     bool overridden = false;  // by an instance above: what is set stays
@@ -31,8 +30,9 @@ std::vector<std::string> names_in(const scene::Table<T>& table) {
     return names;
 }
 
-// Walks the instance tree of a group. Throws Error (Exit::Scene) for names that lead nowhere
-// and for groups that contain themselves.
+// Walks the instance tree of a group. Throws Error (Exit::Scene) for names that lead nowhere,
+// for groups that contain themselves, and for more than scene/limits.h allows; Stopped when the
+// render is aborted.
 std::vector<Leaf> flatten(const scene::Scene& scene, const scene::RenderCommand& command);
 
 class Builder : public plugin::Resolver {
@@ -84,6 +84,7 @@ class Builder : public plugin::Resolver {
                      miTag light_instance);
     ShaderClass& shader_class(const std::string& name, const scene::Place& place);
     [[noreturn]] void fail_undeclared(const std::string& name, const scene::Place& place) const;
+    [[noreturn]] static void fail_too_deep(const scene::Place& place);
     void warn_outside(const std::string& name, const scene::Place& place);
     const ListEntry* list(const scene::ShaderList& calls, Use use, miTag light_instance = 0,
                           const Function* shared = nullptr);
@@ -102,6 +103,7 @@ class Builder : public plugin::Resolver {
     std::map<std::string, miTag> materials_, textures_, strings_, object_items_;
     std::map<std::pair<std::string, miTag>, miTag> named_;  // by name and light instance
     std::set<std::string> resolving_;                       // named shaders being made
+    std::size_t depth_ = 0;                                 // shaders being made
     std::map<std::string, ShaderClass*> classes_;
 };
 

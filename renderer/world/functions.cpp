@@ -4,6 +4,7 @@
 #include <iterator>
 #include <string_view>
 
+#include "scene/limits.h"
 #include "scene/messages.h"
 #include "scene/parser.h"
 #include "world/builder.h"
@@ -71,6 +72,14 @@ void Builder::fail_undeclared(const std::string& name, const scene::Place& place
     throw error_at(place, Exit::Shader, "shader \"" + name + "\" is not declared", hint);
 }
 
+// They are made, and called, by recursion.
+void Builder::fail_too_deep(const scene::Place& place) {
+    throw error_at(
+        place, Exit::Shader,
+        "shaders are connected, or named in materials, textures and parameters, more than " +
+            std::to_string(scene::kDeepest) + " deep");
+}
+
 ShaderClass& Builder::shader_class(const std::string& name, const scene::Place& place) {
     if (const auto known = classes_.find(name); known != classes_.end()) return *known->second;
     const auto found = scene_.declarations.find(name);
@@ -100,10 +109,13 @@ miTag Builder::function(const scene::ShaderCall& call, Use use, miTag light_inst
 miTag Builder::make_function(const scene::ShaderCall& call, Use use, miTag light_instance,
                              const Function* shared) {
     ShaderClass& shader = shader_class(call.shader, call.place);
+    if (depth_ >= scene::kDeepest) fail_too_deep(call.place);
 
     // The block is made first: it may make functions that must be initialised before this one.
     const bool share = shared && call.no_list && shared->shader->declaration == shader.declaration;
+    ++depth_;
     plugin::Block block = share ? shared->block : make_block(*shader.declaration, call, *this);
+    --depth_;
 
     Function& made = world_.functions_.emplace_back();
     made.shader = &shader;
@@ -159,6 +171,7 @@ miTag Builder::make_named(const std::string& name, const scene::Place& place, Us
     if (found == scene_.shaders.end() || found->second->empty())
         throw error_at(place, Exit::Shader, "there is no shader named \"" + name + "\"",
                        did_you_mean(name, names_in(scene_.shaders)));
+    if (resolving_.size() >= scene::kDeepest) fail_too_deep(place);
     if (!resolving_.insert(name).second)
         throw error_at(place, Exit::Shader, "shader \"" + name + "\" is connected to itself");
     const scene::ShaderCall& call = found->second->back();

@@ -5,6 +5,7 @@
 
 #include "scene/messages.h"
 #include "world/builder.h"
+#include "world/render.h"
 
 namespace orvane::world {
 namespace {
@@ -34,6 +35,7 @@ const Material* Placement::material(std::size_t triangle, miTag* tag) const {
 
 // Gives the leaf its item, so that names lead to it; what it needs from other items comes later.
 void Builder::add_instance(const Leaf& leaf) {
+    if (render_aborted()) throw Stopped{};
     const std::string& element = leaf.source->element;
     Instance instance;
     instance.world_to_local = leaf.world_to_local;
@@ -43,17 +45,17 @@ void Builder::add_instance(const Leaf& leaf) {
         instance.motion_local_to_world = leaf.motion_world_to_local.inverse(true);
     } catch (const std::exception&) {
         throw error_at(leaf.source->place, Exit::Scene,
-                       "the transform of instance \"" + leaf.name + "\" has no inverse");
+                       "the transform of instance \"" + *leaf.name + "\" has no inverse");
     }
     if (!is_within_reach(instance.local_to_world) ||
         !is_within_reach(instance.motion_local_to_world))
         throw error_at(leaf.source->place, Exit::Scene,
-                       "the transform of instance \"" + leaf.name +
+                       "the transform of instance \"" + *leaf.name +
                            "\" leads beyond 1e18, farther than rays reach");
 
     Instance& stored = world_.instances_.emplace_back(instance);
     stored.tag = world_.database_.add(miITEM_INSTANCE, &stored);
-    instances_[leaf.name].push_back(stored.tag);
+    instances_[*leaf.name].push_back(stored.tag);
     if (const auto light = scene_.lights.find(element); light != scene_.lights.end()) {
         world_.kept_.push_back(light->second);
         add_light(*light->second, stored);
@@ -64,10 +66,10 @@ void Builder::add_instance(const Leaf& leaf) {
         stored.item = item;
         objects_.emplace_back(leaf, &stored);
     } else if (scene_.cameras.contains(element)) {
-        cameras_.emplace(leaf.name, leaf);
+        cameras_.emplace(*leaf.name, leaf);
     } else {
         throw error_at(leaf.source->place, Exit::Scene,
-                       "instance \"" + leaf.name + "\" places \"" + element +
+                       "instance \"" + *leaf.name + "\" places \"" + element +
                            "\", which is no object, light, camera or instgroup");
     }
 }
@@ -96,7 +98,11 @@ void Builder::add_light_shaders() {
 }
 
 void Builder::add_placements() {
-    for (const auto& [leaf, instance] : objects_) add_placement(leaf, *instance);
+    world_.placements_.reserve(objects_.size());
+    for (const auto& [leaf, instance] : objects_) {
+        if (render_aborted()) throw Stopped{};
+        add_placement(leaf, *instance);
+    }
 }
 
 void Builder::add_placement(const Leaf& leaf, const Instance& instance) {
@@ -111,24 +117,26 @@ void Builder::add_placement(const Leaf& leaf, const Instance& instance) {
     placement.shadow = leaf.shadow.value_or(object.shadow);
 
     // A tagged object takes its materials from the instance, by label.
-    const auto& names = object.tagged ? leaf.materials : object.materials;
+    static const scene::Instance kBare;
+    const scene::Instance& dressed = leaf.dressed ? *leaf.dressed : kBare;
+    const auto& names = object.tagged ? dressed.materials : object.materials;
     for (std::size_t i = 0; i < names.size(); ++i) {
         const miTag tag =
-            material(names[i], object.tagged ? leaf.materials_place : object.material_places[i]);
+            material(names[i], object.tagged ? dressed.place : object.material_places[i]);
         placement.material_tags.push_back(tag);
         placement.materials.push_back(world_.database_.get<Material>(tag, miITEM_MATERIAL));
     }
-    if (!leaf.materials.empty()) {
-        placement.inherited_tag = material(leaf.materials.front(), leaf.materials_place);
+    if (leaf.dressed) {
+        placement.inherited_tag = material(dressed.materials.front(), dressed.place);
         placement.inherited =
             world_.database_.get<Material>(placement.inherited_tag, miITEM_MATERIAL);
     }
     const auto& labels = object.mesh->material;
     if (object.tagged && !labels.empty() &&
         *std::max_element(labels.begin(), labels.end()) >=
-            static_cast<std::int32_t>(leaf.materials.size()))
+            static_cast<std::int32_t>(dressed.materials.size()))
         message(Level::Warning, to_string(leaf.source->place) + ": warning: instance \"" +
-                                    leaf.name +
+                                    *leaf.name +
                                     "\" has fewer materials than its object has labels");
     world_.placements_.push_back(std::move(placement));
 }

@@ -189,6 +189,39 @@ TEST(Faults, OfTheScene) {
     }
 }
 
+// What is followed by recursion, or grows with each doubling, is bounded before it is followed.
+TEST(Faults, OfScenesWithoutMeasure) {
+    const auto repeated = [](int count, const std::string& text) {
+        std::string all;
+        for (int i = 1; i < count; ++i) {
+            std::string one = text;
+            for (std::size_t at; (at = one.find_first_of("<>")) != one.npos;)
+                one.replace(at, 1, std::to_string(one[at] == '>' ? i : i - 1));
+            all += one + '\n';
+        }
+        return all;
+    };
+    const std::string group =
+        R"(instgroup "<" "a<" "b<" end instgroup instance "a>" "<" end instance )";
+    const std::string first = R"(instance "a0" "o" end instance instance "b0" "o" end instance )";
+    const std::string both = R"(instance "b>" "<" end instance)",
+                      lone = R"(instance "b>" "o" end instance)";
+    const std::pair<std::string, std::string> kCases[] = {
+        {R"(shader "0" "soft_checker" ())" +
+             repeated(999, R"(shader ">" "soft_checker" ("even" = "<"))") +
+             R"(material "m" = "998" end material)",
+         "4 more than 256 deep"},
+        {first + repeated(999, group + lone) + R"(instgroup "i" "a998" end instgroup)",
+         "3 instgroups are nested more than 256 deep"},
+        {first + repeated(99, group + both) + R"(instgroup "i" "a98" end instgroup)",
+         "3 instgroup \"root\" places more than 10000000 instances"},
+    };
+    for (const auto& [text, fault] : kCases) {
+        const Folder folder(faulty(text));
+        expect_fault(folder, folder.render(), fault[0] - '0', fault.substr(2));
+    }
+}
+
 TEST(Faults, OfTheCommandLine) {
     const Folder open("\n  \"open");
     expect_fault(open, open.render(), 3, "scene.mi:2:3: error: the string is not closed");

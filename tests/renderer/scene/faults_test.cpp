@@ -8,6 +8,10 @@ namespace {
 
 using testing::StartsWith;
 
+std::string repeated(const std::string& text, int count) {
+    return count == 0 ? "" : text + repeated(text, count - 1);
+}
+
 TEST(Faults, NameTheirPlaceAndWhatIsWrong) {
     const std::string mesh = "object \"o\" group 0 0 0 v 0 v 0 v 0\n";
     const struct {
@@ -34,6 +38,8 @@ TEST(Faults, NameTheirPlaceAndWhatIsWrong) {
         {"end camera", "1:1: error: \"end\" without anything to close"},
         {"system \"rm\"", "1:1: error: a scene may not run commands"},
         {"namespace \"x\"", "1:14: error: \"end namespace\" is missing"},
+        {"namespace \"" + std::string(1023, 'x') + "\"", "1:11: error: the names of the open"},
+        {repeated("namespace \"a\"\n", 40), "33:11: error: namespaces are nested more than 32"},
         {"camera \"c\" end light", "1:12: error: expected \"end camera\", found \"end light\""},
         {"incremental light \"l\" end light", "1:19: error: there is no light \"l\" to change"},
         {"camera \"c\" ) end camera", "1:12: error: expected a statement of the camera"},
@@ -57,6 +63,8 @@ TEST(Faults, NameTheirPlaceAndWhatIsWrong) {
         {"color texture \"t\" [ 1 1 3 ] 'ff'", "1:25: error: texture depth must be 1, 2 or 4"},
         {"camera \"c\" output \"rgb\" \"png\" \"\"", "1:31: error: the name of the output file"},
         {"instance \"i\" \"e\" transform 1 0 end", "1:32: error: expected a number for transform"},
+        {"instance \"i\" \"e\" transform 1 0 0 2",
+         "1:34: error: number 4 of the transform must be 0"},
         // Geometry.
         {"object \"o\" group 0 0 0\nv 1", "2:3: error: vector 1 does not exist: there are 1"},
         {"object \"o\" group 0 0 0\nv 0 n -1", "2:7: error: vector -1 does not exist"},
