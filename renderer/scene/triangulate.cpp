@@ -1,41 +1,20 @@
-// Ear clipping.
+// Polygons with holes to rings, and those to triangles.
 #include "scene/triangulate.h"
 
 #include <algorithm>
 #include <cmath>
+
+#include "scene/ear_clipping.h"
 
 namespace orvane::scene {
 
 namespace {
 
 using Triangles = std::vector<std::array<std::uint32_t, 3>>;
-using Index = std::size_t;
-
-constexpr Index kNone = static_cast<Index>(-1);
-
-// A corner in the plane, in a ring that turns counter-clockwise around the inside.
-struct Corner {
-    double x = 0, y = 0;
-    std::uint32_t vertex = 0;
-    Index previous = 0, next = 0;
-};
-
-using Ring = std::vector<Corner>;
 
 struct Normal {
     double x = 0, y = 0, z = 0;
 };
-
-// Twice the signed area of the triangle a b c.
-double area(const Corner& a, const Corner& b, const Corner& c) {
-    return (b.x - a.x) * (c.y - a.y) - (b.y - a.y) * (c.x - a.x);
-}
-
-bool same_point(const Corner& a, const Corner& b) { return a.x == b.x && a.y == b.y; }
-
-bool inside_or_on(const Corner& a, const Corner& b, const Corner& c, const Corner& p) {
-    return area(a, b, p) >= 0 && area(b, c, p) >= 0 && area(c, a, p) >= 0;
-}
 
 Normal newell_normal(std::span<const Vec3> position, std::span<const std::uint32_t> loop) {
     Normal normal;
@@ -190,55 +169,6 @@ void join_holes(Ring& ring, Index outline, std::vector<Index>& holes) {
     for (const Index hole : holes) {
         const Index end = bridge_end(ring, outline, Corner(ring[hole]));
         if (end != kNone) join(ring, end, hole);
-    }
-}
-
-// How much is forgiven when no ear is left that fulfils all: touching corners and ears
-// without area, then everything.
-enum class Care { Full, Touching, None };
-
-bool is_ear(const Ring& ring, Index tip, Care care) {
-    const Corner& b = ring[tip];
-    const Corner& a = ring[b.previous];
-    const Corner& c = ring[b.next];
-    if (care == Care::None) return true;
-    const double ear_area = area(a, b, c);
-    if (ear_area <= 0) return ear_area == 0 && care == Care::Touching;
-
-    // No reflex corner may lie in it.
-    for (Index i = c.next; i != b.previous; i = ring[i].next) {
-        const Corner& p = ring[i];
-        if (!inside_or_on(a, b, c, p) || area(ring[p.previous], p, ring[p.next]) > 0) continue;
-        const bool touches = same_point(p, a) || same_point(p, b) || same_point(p, c);
-        if (care == Care::Full || !touches) return false;
-    }
-    return true;
-}
-
-void clip_ears(Ring& ring, Index start, Triangles& triangles) {
-    std::size_t left = 1;
-    for (Index i = ring[start].next; i != start; i = ring[i].next) ++left;
-
-    Care care = Care::Full;
-    std::size_t refused = 0;  // tips in a row that were no ears
-    for (Index tip = start; left >= 3;) {
-        const Corner& b = ring[tip];
-        if (!is_ear(ring, tip, care)) {
-            tip = b.next;
-            if (++refused <= left) continue;
-            care = care == Care::Full ? Care::Touching : Care::None;
-            refused = 0;
-            continue;
-        }
-        const std::uint32_t a = ring[b.previous].vertex, c = ring[b.next].vertex;
-        if (a != b.vertex && b.vertex != c && c != a) triangles.push_back({a, b.vertex, c});
-        ring[b.previous].next = b.next;
-        ring[b.next].previous = b.previous;
-
-        // The corner after next: ears side by side would make slivers.
-        tip = ring[b.next].next;
-        refused = 0;
-        --left;
     }
 }
 

@@ -18,7 +18,7 @@ namespace orvane::scene {
 //
 // Ear clipping in the plane that the polygon's normal (Newell) is closest to; holes are joined
 // to the outline first, the rightmost one before the others (D. Eberly, Triangulation by Ear
-// Clipping).
+// Clipping). Takes n log n for n corners as a rule, and n times the number of holes.
 void triangulate(std::span<const Vec3> position, std::span<const std::uint32_t> corners,
                  std::span<const std::size_t> loop_ends,
                  std::vector<std::array<std::uint32_t, 3>>& triangles);

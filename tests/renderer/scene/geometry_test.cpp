@@ -189,6 +189,16 @@ TEST(Triangulation, CoversStarsWithStarHoles) {
     }
 }
 
+// Most corners of a spiral are no ears for long; cubic work would take minutes.
+TEST(Triangulation, IsQuickForSpirals) {
+    Loop spiral;
+    for (int i = -10000; i < 10000; ++i) {
+        const double turn = std::abs(i + 0.5) / 100, r = 1 + turn + (i < 0 ? 0 : 2);
+        spiral.emplace_back(r * std::cos(turn), r * std::sin(turn));
+    }
+    expect_area({spiral}, twice_the_area(spiral) / 2);
+}
+
 TEST(Triangulation, EndsForDegeneratePolygons) {
     const std::vector<Loop> loops = {
         {{0, 0}, {0, 0}, {0, 0}, {0, 0}},
