@@ -24,7 +24,8 @@ struct Preset {
 
 Preset read_text(const std::string& file) {
     std::string why;
-    const auto source = file == "-" ? scene::read_standard_input() : scene::read_source(file, why);
+    const auto source =
+        file == "-" ? scene::read_standard_input({}, why) : scene::read_source(file, {}, why);
     if (!source) throw Error(Exit::Input, "cannot read " + file + ": " + why);
     return {*source->name, std::move(source->text)};
 }

@@ -28,11 +28,12 @@ namespace fs = std::filesystem;
 
 std::atomic<int> the_signal = 0;
 
-// The first signal closes the frame, the second one ends the program.
+// The first signal closes the frame, the second one, of either kind, ends the program.
 void on_signal(int number) {
     the_signal = number;
     world::abort_render();
-    std::signal(number, SIG_DFL);
+    std::signal(SIGINT, SIG_DFL);
+    std::signal(SIGTERM, SIG_DFL);
 }
 
 class SignalHandlers {
@@ -358,12 +359,18 @@ int render(const RenderArguments& arguments) {
                                     const scene::RenderCommand& command) {
         session.render(scene, command);
     };
-    scene::parse_file(arguments.scene, settings);
+    settings.stop = world::render_aborted;
+    try {
+        scene::parse_file(arguments.scene, settings);
+    } catch (const Stopped&) {
+    }
+    if (const int number = the_signal; number != 0) {
+        message(Level::Warning, "stopped by a signal; what was done is kept");
+        return 128 + number;
+    }
     if (session.frames() == 0)
         message(Level::Warning, arguments.scene + " has no render command: nothing was rendered");
-    const int number = the_signal;
-    if (number != 0) message(Level::Warning, "stopped by a signal; what was done is kept");
-    return number == 0 ? 0 : 128 + number;
+    return 0;
 }
 
 }  // namespace orvane::commands

@@ -31,14 +31,17 @@ std::string environment(std::string name) {
 
 }  // namespace
 
-Input::Input(std::unique_ptr<Source> main, std::vector<fs::path> include_path, Fence fence)
-    : include_path_(std::move(include_path)), fence_(std::move(fence)) {
+Input::Input(std::unique_ptr<Source> main, std::vector<fs::path> include_path, Stop stop,
+             Fence fence)
+    : include_path_(std::move(include_path)), stop_(std::move(stop)), fence_(std::move(fence)) {
     open_.emplace_back(std::move(main));
 }
 
 Token Input::next() {
+    constexpr unsigned kTokensBetween = 1024;
     comments_.clear();
     while (true) {
+        if (stop_ && tokens_++ % kTokensBetween == 0 && stop_()) throw Stopped{};
         const Token token = open_.back().lexer.next();
         const auto& found = open_.back().lexer.comments();
         comments_.insert(comments_.end(), found.begin(), found.end());
@@ -163,7 +166,7 @@ void Input::include(const Token& directive) {
     refuse_cycle(directive, fs::weakly_canonical(file, error));
 
     std::string why;
-    std::unique_ptr<Source> source = read_source(file, why);
+    std::unique_ptr<Source> source = read_source(file, stop_, why);
     if (!source) {
         throw error_at(name.place(), Exit::Input, "cannot read " + file.string() + ": " + why);
     }

@@ -16,10 +16,11 @@ namespace orvane::scene {
 
 class Input {
   public:
-    Input(std::unique_ptr<Source> main, std::vector<std::filesystem::path> include_path,
+    Input(std::unique_ptr<Source> main, std::vector<std::filesystem::path> include_path, Stop stop,
           Fence fence = {});
 
-    // The next token that is no directive; Kind::End at the end of the main text.
+    // The next token that is no directive; Kind::End at the end of the main text. Throws Stopped
+    // when stop says so.
     Token next();
 
     // The comments right before the last token.
@@ -63,6 +64,8 @@ class Input {
     std::vector<OpenText> open_;  // the main text, then what is being included
     std::vector<Comment> comments_;
     std::size_t includes_ = 0;  // so far
+    Stop stop_;
+    unsigned tokens_ = 0;
     std::vector<std::unique_ptr<Source>> finished_;
 };
 

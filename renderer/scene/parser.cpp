@@ -12,7 +12,8 @@ namespace orvane::scene {
 namespace {
 
 Scene parse(std::unique_ptr<Source> source, const ParserSettings& settings) {
-    Reader reader(Input(std::move(source), settings.include_path, settings.fence), settings);
+    Reader reader(Input(std::move(source), settings.include_path, settings.stop, settings.fence),
+                  settings);
     read_commands(reader);
     return std::move(reader.scene);
 }
@@ -20,12 +21,16 @@ Scene parse(std::unique_ptr<Source> source, const ParserSettings& settings) {
 }  // namespace
 
 Scene parse_file(const std::string& file, const ParserSettings& settings) {
-    if (file == "-") return parse(read_standard_input(), settings);
     std::error_code error;
+    std::string why;
+    if (file == "-") {
+        auto source = read_standard_input(settings.stop, why);
+        if (!source) throw Error(Exit::Input, "cannot read standard input: " + why);
+        return parse(std::move(source), settings);
+    }
     const bool exists = std::filesystem::exists(file, error);
     const bool completed = !exists && std::filesystem::exists(file + ".mi", error);
-    std::string why;
-    auto source = read_source(completed ? file + ".mi" : file, why);
+    auto source = read_source(completed ? file + ".mi" : file, settings.stop, why);
     if (!source) throw Error(Exit::Input, "cannot read " + file + ": " + why);
     return parse(std::move(source), settings);
 }

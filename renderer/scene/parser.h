@@ -18,6 +18,8 @@ struct ParserSettings {
     bool verbosity_fixed = false;  // the command line set it: "verbose" in the scene is ignored
     // Called at each render command with all that is defined so far.
     std::function<void(const Scene&, const RenderCommand&)> on_render;
+    // Asked now and then while a text is read: true gives up, with Stopped.
+    std::function<bool()> stop = {};
 };
 
 // Reads a scene file (the name "-" is standard input; a name that does not exist is tried with

@@ -3,6 +3,7 @@
 
 #include <deque>
 #include <filesystem>
+#include <functional>
 #include <memory>
 #include <string>
 
@@ -17,10 +18,15 @@ struct Source {
     std::deque<std::string> unescaped;  // contents of the strings that hold escapes
 };
 
-// Reads a file. Returns null, with the reason in why, when it cannot be read.
-std::unique_ptr<Source> read_source(const std::filesystem::path& file, std::string& why);
+// Asked several times a second while something is read; may be empty.
+using Stop = std::function<bool()>;
 
-// Reads standard input to its end.
-std::unique_ptr<Source> read_standard_input();
+// Reads a file or a pipe. Returns null, with the reason in why, when it cannot be read. Throws
+// Stopped when stop says so.
+std::unique_ptr<Source> read_source(const std::filesystem::path& file, const Stop& stop,
+                                    std::string& why);
+
+// The same for standard input.
+std::unique_ptr<Source> read_standard_input(const Stop& stop, std::string& why);
 
 }  // namespace orvane::scene

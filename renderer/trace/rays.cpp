@@ -9,6 +9,9 @@
 #include <stdexcept>
 #include <string>
 
+#include "scene/errors.h"
+#include "world/render.h"
+
 namespace orvane::trace {
 namespace {
 
@@ -43,6 +46,7 @@ bool is_sound(const Segment& segment) {
 
 void out_of_memory(void*, RTCError code, const char* text) {
     if (code == RTC_ERROR_OUT_OF_MEMORY) throw std::bad_alloc();
+    if (code == RTC_ERROR_CANCELLED) throw Stopped{};
     throw std::runtime_error(std::string("the ray structure cannot be built: ") + text);
 }
 
@@ -55,6 +59,15 @@ RTCDevice the_device() {
     static const RTCDevice device = rtcNewDevice("threads=1,set_affinity=0");
     if (!device) throw std::bad_alloc();
     return device;
+}
+
+// A new scene, whose building ends with Stopped when the render is aborted.
+RTCScene new_scene(RTCDevice device) {
+    const RTCScene scene = rtcNewScene(device);
+    rtcSetSceneFlags(scene, RTC_SCENE_FLAG_ROBUST);
+    rtcSetSceneProgressMonitorFunction(
+        scene, [](void*, double) { return !world::render_aborted(); }, nullptr);
+    return scene;
 }
 
 // Whether a face that is hit from this side is there for eye and secondary rays.
@@ -70,7 +83,9 @@ bool culled(const Shape& shape, const RTCRayHit& found) {
 
 }  // namespace
 
-Structure::Structure(const world::World& world, bool motion) : device_(the_device()) {
+Structure::Structure() : device_(the_device()) {}
+
+Structure::Structure(const world::World& world, bool motion) : Structure() {
     rtcSetDeviceErrorFunction(device_, out_of_memory, nullptr);
     std::map<const scene::Mesh*, int> uses;
     for (const world::Placement& placement : world.placements())
@@ -78,6 +93,7 @@ Structure::Structure(const world::World& world, bool motion) : device_(the_devic
 
     shapes_.reserve(world.placements().size());
     for (const world::Placement& placement : world.placements()) {
+        if (world::render_aborted()) throw Stopped{};
         const bool moves = motion && placement.instance->moves;
         add_shape(placement, uses[placement.object->mesh.get()] == 1 && !moves, motion);
         if (shapes_.back().face == miFACE_BOTH)
@@ -144,14 +160,13 @@ RTCScene Structure::object_scene(Shape& shape, bool motion) {
         shape.vertices = known->second.vertices;
         return known->second.scene;
     }
-    const RTCScene scene = rtcNewScene(device_);
-    rtcSetSceneFlags(scene, RTC_SCENE_FLAG_ROBUST);
+    ObjectScene& made = objects_[shape.mesh] = {new_scene(device_), nullptr};
     const RTCGeometry geometry = triangles(shape, motion);
-    rtcAttachGeometry(scene, geometry);
+    made.vertices = shape.vertices;
+    rtcAttachGeometry(made.scene, geometry);
     rtcReleaseGeometry(geometry);
-    rtcCommitScene(scene);
-    objects_[shape.mesh] = {scene, shape.vertices};
-    return scene;
+    rtcCommitScene(made.scene);
+    return made.scene;
 }
 
 RTCGeometry Structure::instance(Shape& shape, bool motion) {
@@ -194,8 +209,7 @@ void Structure::commit_sets(const world::World& world) {
             rtcRetainScene(scenes_[kind]);
             continue;
         }
-        const RTCScene scene = scenes_[kind] = rtcNewScene(device_);
-        rtcSetSceneFlags(scene, RTC_SCENE_FLAG_ROBUST);
+        const RTCScene scene = scenes_[kind] = new_scene(device_);
         for (const unsigned i : sets[kind]) rtcAttachGeometryByID(scene, geometries_[i], i);
         rtcCommitScene(scene);
         RTCBounds bounds;

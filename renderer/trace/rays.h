@@ -50,7 +50,8 @@ struct Segment {
 class Structure {
   public:
     // Builds over all placements of the world. The time interval is that of the shutter when
-    // motion is set. Throws std::bad_alloc when there is no memory.
+    // motion is set. Throws std::bad_alloc when there is no memory, Stopped when the render is
+    // aborted.
     Structure(const world::World& world, bool motion);
     ~Structure();
     Structure(const Structure&) = delete;
@@ -70,6 +71,7 @@ class Structure {
     float radius() const { return radius_; }
 
   private:
+    Structure();  // without anything in it; its destructor takes back what the other one has made
     RTCScene scene(Rays rays) const { return scenes_[static_cast<std::size_t>(rays)]; }
     void add_shape(const world::Placement& placement, bool baked, bool motion);
     RTCGeometry triangles(Shape& shape, bool motion);

@@ -17,6 +17,7 @@ static_assert(std::atomic<bool>::is_always_lock_free);  // set from a signal han
 // Evaluates the shader that a parameter is connected to, into room for size bytes.
 void evaluate(const Function& source, const plugin::ConnectedField& field, miState* state,
               std::byte* value) {
+    if (render_aborted()) return;  // connections of connections may take long
     alignas(16) std::array<std::byte, 256> local{};
     std::vector<std::byte> large(field.result_size > local.size() ? field.result_size : 0);
     std::byte* result = large.empty() ? local.data() : large.data();

@@ -217,6 +217,15 @@ TEST(Messages, WarnOnceOfEachKeywordThatIsSkipped) {
                 HasSubstr("t.mi:1:39: warning: \"a\" is defined again"));
 }
 
+TEST(Reading, EndsWhenItIsToldTo) {
+    ParserSettings settings;
+    settings.stop = [asked = 0]() mutable { return ++asked > 3; };
+    std::string text = "camera \"c\" end camera ";
+    EXPECT_NO_THROW(parse(text, settings));
+    for (int i = 0; i < 10; ++i) text += text;
+    EXPECT_THROW(parse(text, settings), Stopped);
+}
+
 TEST(Messages, KeepToTheVerbosityAndNameAFaultWithItsPlaceOnly) {
     parse("verbose on");
     EXPECT_EQ(verbosity(), 5);
