@@ -158,7 +158,7 @@ int tell_faults(int argc, char** argv) {
                     fault.details);
     } catch (const world::Fatal& fault) {
         check_memory();
-        return tell(Level::Fatal, Exit::Fatal, fault.what());
+        return tell(Level::Fatal, Exit::Fatal, fault.what(), fault.details);
     } catch (const std::system_error& fault) {
         // A thread that cannot be started has no room for its stack.
         const bool starved = fault.code() == std::errc::resource_unavailable_try_again;

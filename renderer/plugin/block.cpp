@@ -265,8 +265,9 @@ class Writer {
         const Value& value = run[0];
         const bool boolean = field.type.base == Base::Boolean;
         const bool whole = value.kind == Value::Kind::Number && value.is_integer;
-        if (!whole && !(boolean && value.kind == Value::Kind::Boolean))
-            reject(field, value.place, describe(value));
+        const bool truth = value.kind == Value::Kind::Boolean ||
+                           (whole && (value.number == 0 || value.number == 1));
+        if (boolean ? !truth : !whole) reject(field, value.place, describe(value));
         if (boolean) return value.number != 0;
         if (!(value.number >= std::numeric_limits<miInteger>::min() &&
               value.number <= std::numeric_limits<miInteger>::max()))

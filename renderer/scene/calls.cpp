@@ -22,7 +22,12 @@ std::vector<Argument> read_arguments(Reader& in, char closing, int depth) {
         argument.place = in.peek().place();
         argument.name = in.name("a parameter name");
         argument.values = read_values(in, depth);
-        if (!in.peek().is(closing)) in.expect(',', "or the closing bracket");
+        if (in.peek().is(closing)) continue;
+        const Token comma = in.peek();
+        in.expect(',', "or the closing bracket");
+        if (in.at_number())
+            in.fail(comma, "a comma ends the value of \"" + argument.name + "\"",
+                    "numbers stand side by side, without commas");
     }
     return arguments;
 }

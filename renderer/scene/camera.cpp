@@ -174,8 +174,11 @@ void read_window(Reader& in, CameraBlock& block) {
 }
 
 void read_clip(Reader& in, CameraBlock& block) {
+    const Token first = in.peek();
     block.camera.clip_near = in.number("clip");
     block.camera.clip_far = in.number("clip");
+    if (block.camera.clip_near >= block.camera.clip_far)
+        in.fail(first, "nothing lies between the clip distances: the near one comes first");
 }
 
 void read_frame(Reader& in, CameraBlock& block) {

@@ -49,6 +49,28 @@ std::size_t edit_distance(const std::string& a, const std::string& b) {
 
 }  // namespace
 
+std::string shorten_quotes(const std::string& text) {
+    constexpr std::size_t kQuoted = 80, kWhole = 4000;
+    std::string result;
+    for (std::size_t at = 0; at < text.size() && result.size() < kWhole;) {
+        const std::size_t open = std::min(text.find('"', at), text.size());
+        result.append(text, at, open - at);
+        if (open == text.size()) break;
+        const std::size_t close = std::min(text.find('"', open + 1), text.size());
+        std::size_t cut = close;
+        if (close - open - 1 > kQuoted) {
+            cut = open + 1 + kQuoted;
+            while ((text[cut] & 0xC0) == 0x80) --cut;  // within a character of UTF-8
+        }
+        result.append(text, open, cut - open);
+        if (cut < close) result += "\u2026";
+        if (close < text.size()) result += '"';
+        at = close + 1;
+    }
+    if (result.size() > kWhole) result.replace(kWhole, std::string::npos, "\u2026");
+    return result;
+}
+
 std::string to_string(const scene::Place& place) {
     if (!place.file || place.line <= 0) return {};
     return *place.file + ":" + std::to_string(place.line) + ":" + std::to_string(place.column);
@@ -60,7 +82,7 @@ Error error_at(const scene::Place& place, Exit status, const std::string& what,
     if (where.empty()) return {status, what, hint};
     std::string details = quote(place);
     if (!details.empty() && !hint.empty()) details += "\n";
-    return {status, where + ": error: " + what, details + hint};
+    return {status, where + ": error: " + what, details + shorten_quotes(hint)};
 }
 
 Error outside(const scene::Place& place, const std::string& file) {

@@ -20,12 +20,15 @@ enum class Exit {
     Memory = 33,
 };
 
+// A text for people: what stands between quotes is cut after 80 bytes, and the whole after 4000.
+std::string shorten_quotes(const std::string& text);
+
 // what() is one line, "file:line:column: error: ..." when the place is known; details holds
 // further lines (the source line with a caret, what would be right), or is empty.
 class Error : public std::runtime_error {
   public:
     Error(Exit status, const std::string& line, std::string details = {})
-        : std::runtime_error(line), status(status), details(std::move(details)) {}
+        : std::runtime_error(shorten_quotes(line)), status(status), details(std::move(details)) {}
 
     Exit status;
     std::string details;

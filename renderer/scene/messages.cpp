@@ -9,6 +9,8 @@
 #include <cstdio>
 #include <mutex>
 
+#include "scene/errors.h"
+
 namespace orvane {
 
 namespace {
@@ -51,6 +53,7 @@ void message(Level level, const std::string& text) {
     const std::string severity = kSeverity[static_cast<std::size_t>(level)];
     std::string line =
         begins_with_place(text, severity) ? text : "orvane: " + severity + ": " + text;
+    line = shorten_quotes(line);
     if (line.back() == '\n') line.pop_back();
 
     // Write over the status line, then show it again below.

@@ -97,6 +97,7 @@ void read_loop(PolygonGroup& group, const Token& keyword) {
         const std::uint32_t vertex = read_index(group.in, count, "vertex");
         group.corners.push_back(vertex + static_cast<std::uint32_t>(group.first_vertex));
     }
+    if (group.in.peek().is(',')) group.in.fail_expected("a vertex");
     if (group.corners.size() - begin < kFewest) {
         group.in.fail(keyword, "a polygon needs three corners or more");
     }

@@ -146,7 +146,8 @@ void Tokens::fail(const Token& token, const std::string& what, const std::string
 }
 
 void Tokens::fail_expected(std::string_view what) {
-    fail(peek(), "expected " + std::string(what) + ", found " + describe(peek()));
+    fail(peek(), "expected " + std::string(what) + ", found " + describe(peek()),
+         peek().is(',') ? "numbers and names stand side by side, without commas" : "");
 }
 
 void Tokens::release_finished() {

@@ -72,6 +72,7 @@ Frame::~Frame() {
 void Frame::init_state(miState* state, const world::Function& function) {
     state->shader = const_cast<miFunction*>(&function.record);
     state->light_instance = function.light_instance;
+    world::running_here() = &function;
 }
 
 void Frame::initialise() {
@@ -112,6 +113,7 @@ std::vector<std::string> Frame::close() {
     for (auto shader = classes_.rbegin(); shader != classes_.rend(); ++shader) {
         if (!(*shader)->entry.exit) continue;
         miState state = this->state(0);
+        world::running_here() = nullptr;
         (*shader)->entry.exit(&state, nullptr);
     }
     return render.allocator.leaks();

@@ -46,6 +46,7 @@ struct Function {
     miTag light_instance = 0;  // of a light's shader
     Stage stage = Stage::Texture;
     bool has_image = false;  // a parameter of it is a picture
+    scene::Place place;      // of the call in the scene
 };
 
 // An entry of a shader list; the contract's record comes first, so that the item is the record.

@@ -119,6 +119,7 @@ miTag Builder::make_function(const scene::ShaderCall& call, Use use, miTag light
 
     Function& made = world_.functions_.emplace_back();
     made.shader = &shader;
+    made.place = call.place;
     made.block = std::move(block);
     made.stage = stage_of(use);
     made.light_instance = light_instance;

@@ -5,6 +5,7 @@
 #include <cstdio>
 
 #include "frame/host.h"
+#include "scene/errors.h"
 #include "scene/messages.h"
 #include "world/render.h"
 
@@ -22,6 +23,15 @@ std::string formatted(const char* format, va_list arguments) {
 void tell(orvane::Level level, const char* format, va_list arguments) {
     const orvane::world::Render* render = orvane::world::current_render();
     if (!render || !render->ending()) orvane::message(level, formatted(format, arguments));
+}
+
+// The end of a render that the running shader asks for, with the place of its call in the scene.
+orvane::world::Fatal fatal_here(const std::string& text) {
+    const orvane::world::Function* shader = orvane::world::running_here();
+    const std::string place = shader ? orvane::to_string(shader->place) : "";
+    if (place.empty()) return orvane::world::Fatal(text);
+    return orvane::world::Fatal(place + ": fatal: " + text,
+                                orvane::error_at(shader->place, orvane::Exit::Fatal, text).details);
 }
 
 }  // namespace
@@ -54,7 +64,7 @@ void mi_fatal(const char* format, ...) {
     va_start(arguments, format);
     const std::string text = formatted(format, arguments);
     va_end(arguments);
-    const auto fatal = std::make_exception_ptr(orvane::world::Fatal(text));
+    const auto fatal = std::make_exception_ptr(fatal_here(text));
     if (orvane::world::Render* render = orvane::world::current_render()) {
         render->end(fatal);
         render->throw_why();

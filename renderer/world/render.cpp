@@ -28,14 +28,20 @@ void evaluate(const Function& source, const plugin::ConnectedField& field, miSta
 // Runs a shader with state->shader set to it.
 class Running {
   public:
-    Running(miState* state, const Function& function) : state_(state), before_(state->shader) {
+    Running(miState* state, const Function& function)
+        : state_(state), before_(state->shader), here_before_(running_here()) {
         state->shader = const_cast<miFunction*>(&function.record);
+        running_here() = &function;
     }
-    ~Running() { state_->shader = before_; }
+    ~Running() {
+        state_->shader = before_;
+        running_here() = here_before_;
+    }
 
   private:
     miState* state_;
     miFunction* before_;
+    const Function* here_before_;
 };
 
 }  // namespace
@@ -109,6 +115,11 @@ miBoolean call(const ListEntry* list, miColor* result, miState* state) {
 
 const ListEntry* list_of(miTag tag) {
     return the_render->world.database().get<ListEntry>(tag, miITEM_SHADER_LIST);
+}
+
+const Function*& running_here() {
+    thread_local const Function* function = nullptr;
+    return function;
 }
 
 const Function* running(const miState* state) {

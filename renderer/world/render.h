@@ -21,10 +21,12 @@ namespace orvane::world {
 constexpr int kMaxThreads = 96;
 
 // Thrown through a shader that called mi_fatal, or that waits for a lock while the render ends.
+// details holds the line of the scene that calls the shader.
 struct Fatal : std::exception {
-    explicit Fatal(std::string text) : text(std::move(text)) {}
+    explicit Fatal(std::string text, std::string details = {})
+        : text(std::move(text)), details(std::move(details)) {}
     const char* what() const noexcept override { return text.c_str(); }
-    std::string text;
+    std::string text, details;
 };
 
 // Thrown when a shader's allocation failed, whatever the shader made of it.
@@ -143,6 +145,9 @@ miBoolean call(const Function& function, void* result, miState* state);
 // Calls the entries of a list one after the other on the same result; returns what the last
 // one returned, miFALSE for an empty list.
 miBoolean call(const ListEntry* list, miColor* result, miState* state);
+
+// The shader that runs in this thread, or null: for operations that are given no state.
+const Function*& running_here();
 
 // The running shader of a state, or null.
 const Function* running(const miState* state);

@@ -68,6 +68,11 @@ TEST(Faults, NameTheirPlaceAndWhatIsWrong) {
         // Geometry.
         {"object \"o\" group 0 0 0\nv 1", "2:3: error: vector 1 does not exist: there are 1"},
         {"object \"o\" group 0 0 0\nv 0 n -1", "2:7: error: vector -1 does not exist"},
+        {mesh + "c 0, 1, 2", "2:4: error: expected a vertex, found \",\""},
+        {"shader \"s\" \"x\" ( \"p\" 1, 2", "1:23: error: a comma ends the value of \"p\""},
+        {"camera \"c\" clip 5 1 end", "1:17: error: nothing lies between the clip distances"},
+        {"incremental light \"" + std::string(999, 'x') + "\" end",
+         "1:19: error: there is no light \"" + std::string(80, 'x') + "\u2026\" to change"},
         {mesh + "p 0 1 3", "2:7: error: vertex 3 does not exist: there are 3"},
         {mesh + "p 0 1 2 hole 0", "2:9: error: a polygon needs three corners or more"},
         {mesh + "end object", "2:1: error: expected \"end group\", found \"end object\""},
