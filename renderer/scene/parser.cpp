@@ -15,6 +15,7 @@ Scene parse(std::unique_ptr<Source> source, const ParserSettings& settings) {
     Reader reader(Input(std::move(source), settings.include_path, settings.stop, settings.fence),
                   settings);
     read_commands(reader);
+    reader.tell_repeated();
     return std::move(reader.scene);
 }
 

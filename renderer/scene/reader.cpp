@@ -64,12 +64,25 @@ std::string Reader::resolve(const std::string& name) const {
     return name;
 }
 
-void Reader::warn(const Place& place, const std::string& what) const {
-    message(Level::Warning, to_string(place) + ": warning: " + what);
+void Reader::warn(const Place& place, const std::string& what) {
+    std::string kind;
+    bool name = false;
+    for (const char c : what) {
+        if (c == '"' && (name = !name)) kind += "\"...";
+        if (!name) kind += c;
+    }
+    if (++warnings_[kind] == 1) message(Level::Warning, to_string(place) + ": warning: " + what);
+}
+
+void Reader::tell_repeated() const {
+    for (const auto& [kind, count] : warnings_)
+        if (count > 1)
+            message(Level::Warning, std::to_string(count - 1) + " more like this: " + kind);
 }
 
 void Reader::warn_once(const std::string& key, const Place& place, const std::string& what) {
-    if (warned_.insert(key).second) warn(place, what);
+    if (warned_.insert(key).second)
+        message(Level::Warning, to_string(place) + ": warning: " + what);
 }
 
 }  // namespace orvane::scene

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <algorithm>
+#include <map>
 #include <memory>
 #include <set>
 #include <string>
@@ -48,8 +49,11 @@ class Reader : public Tokens {
     std::string qualify(const std::string& name) const;
     std::string resolve(const std::string& name) const;
 
-    void warn(const Place& place, const std::string& what) const;
-    // The same only for the first time that this key turns up.
+    // A warning; of those that differ in their names only the first one is shown.
+    void warn(const Place& place, const std::string& what);
+    // Tells how many were not shown.
+    void tell_repeated() const;
+    // A warning only for the first time that this key turns up.
     void warn_once(const std::string& key, const Place& place, const std::string& what);
 
     Scene scene;
@@ -62,6 +66,7 @@ class Reader : public Tokens {
 
     std::unordered_set<std::string> names_;  // of all elements
     std::set<std::string> warned_;
+    std::map<std::string, std::size_t> warnings_;  // how many, by their text without names
 };
 
 template <typename T>

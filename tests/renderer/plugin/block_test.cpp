@@ -78,9 +78,9 @@ TEST(Layout, FieldsLieInOrderWithoutGaps) {
 }
 
 TEST(Block, HoldsEveryKindOfValue) {
-    const Block block = make(R"(boolean "on", boolean "two", integer "i", scalar "s", color "c",
+    const Block block = make(R"(boolean "on", boolean "one", integer "i", scalar "s", color "c",
             string "text", color texture "map", light "light", material "none", vector "untouched")",
-                             R"("light" "lamp", "s" 2, "on" on, "two" 2, "i" -5, "c" .25 .5 1,
+                             R"("light" "lamp", "s" 2, "on" on, "one" 1, "i" -5, "c" .25 .5 1,
             "text" "hello", "map" "pic", "none" null)");
     EXPECT_THAT(block.words, ElementsAre(1, 1, 0xFFFFFFFBu, f(2), f(.25), f(.5), f(1), 0, 9, 40, 31,
                                          0, 0, 0, 0));

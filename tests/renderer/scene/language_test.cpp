@@ -213,6 +213,8 @@ TEST(Messages, WarnOnceOfEachKeywordThatIsSkipped) {
               "t.mi:1:12: warning: \"select\" in object is ignored\n"
               "t.mi:1:77: warning: \"resoluton\" in camera is unknown and skipped; "
               "did you mean \"resolution\"?\n");
+    EXPECT_THAT(warnings_of("delete \"a\" delete \"b\" delete \"c\""),
+                testing::EndsWith("warning: 2 more like this: there is no \"...\" to delete\n"));
     EXPECT_THAT(warnings_of("instgroup \"a\" end instgroup instgroup \"a\" end instgroup"),
                 HasSubstr("t.mi:1:39: warning: \"a\" is defined again"));
 }
