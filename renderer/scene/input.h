@@ -60,11 +60,11 @@ class Input {
     std::filesystem::path find_include(const Token& name, bool angled) const;
 
     std::vector<std::filesystem::path> include_path_;
+    Stop stop_;
     Fence fence_;
     std::vector<OpenText> open_;  // the main text, then what is being included
     std::vector<Comment> comments_;
     std::size_t includes_ = 0;  // so far
-    Stop stop_;
     unsigned tokens_ = 0;
     std::vector<std::unique_ptr<Source>> finished_;
 };
