@@ -160,4 +160,27 @@ TEST_F(HostileTest, NumbersThatNobodyMeansComeToNothing) {
     }
 }
 
+// Once, when the render begins; instances are asked for by those alone that keep something.
+TEST_F(HostileTest, ShadersTellTheirNames) {
+    const std::map<std::string, std::string> kNames = {
+        {"zel_toon_mat", "toon_mat"}, {"zel_toon_si_mat", "toon_si_mat"},
+        {"zel_strauss", "strauss"},   {"zel_toon_wire_mat", "toon"},
+        {"zel_trispec", "trispec"},   {"zel_frosty", "frosty"},
+        {"zel_peekaboo", "peekaboo"}, {"zel_xmasball", "xmasball"},
+        {"zel_velvet", "velvet"},     {"zel_shadow_matte", "shadow_matte"},
+        {"zel_dense_vol", "dense"}};
+    for (Shader& shader : shaders) {
+        if (!kNames.contains(shader.name)) continue;
+        const auto init = shader.find<void(miState*, void*, miBoolean*)>("_init");
+        miBoolean wanted = miFALSE;
+        init(&state, nullptr, &wanted);
+        ASSERT_EQ(host.messages.size(), 1u) << shader.name;
+        init(&state, shader.block.data(), nullptr);
+        ASSERT_EQ(host.messages.size(), 1u) << shader.name;
+        EXPECT_EQ(host.messages[0].text, kNames.at(shader.name) + " initializing\n");
+        EXPECT_EQ(wanted, shader.name == "zel_toon_mat" || shader.name == "zel_toon_si_mat");
+        host.messages.clear();
+    }
+}
+
 }  // namespace
