@@ -6,7 +6,6 @@
 #include <bit>
 #include <cmath>
 #include <fstream>
-#include <regex>
 
 #include "scripted/host.h"
 
@@ -51,24 +50,27 @@ class HostileTest : public scripted::Renderer {
     }
 
     void read(const std::string& file) {
-        const std::regex parameter(R"re((\w+( \w+)?) "(\w+)"( default ([-0-9. ]*))?)re");
         std::ifstream in(ORVANE_SOURCE_DIR "/shaders/" + file);
         for (std::string line; std::getline(in, line);) {
-            std::smatch found;
             line.resize(std::min(line.size(), line.find('#')));
             if (line.starts_with("$include")) read("soft_block.mi");
-            if (!line.starts_with(" ") || !std::regex_search(line, found, parameter)) continue;
+            const std::size_t quote = line.find('"'), type = line.find_first_not_of(' ');
+            if (!line.starts_with(' ') || quote == line.npos) continue;
+            const std::string name = line.substr(quote + 1, line.find('"', quote + 1) - quote - 1);
+            const std::size_t defaults = std::min(line.size(), line.find(" default "));
             if (line.ends_with('('))
-                shaders.push_back({found[3], {}});
+                shaders.push_back({name, {}});
             else
-                add(found[1], found[3], std::istringstream(found[5]));
+                add(line.substr(type, quote - type - 1), name,
+                    std::istringstream(line.substr(defaults)));
         }
     }
     void add(const std::string& type, const std::string& name, std::istringstream defaults) {
         Block words(type == "color" ? 4 : type == "vector" ? 3 : 1);
         double value = 0;
+        defaults.ignore(9);  // the word " default "
         for (miUint& word : words) {
-            defaults >> value;
+            if (!(defaults >> value)) value = 0;
             word = type == "integer" ? static_cast<miUint>(value) : bits(value);
         }
         if (type == "array light") words = {0, 1, light};

@@ -242,6 +242,7 @@ TEST_F(MaterialTest, PeekLightsOpenOnceInEachList) {
         miColor result;
         zel_peekaboo_illumination(&result, &state, &work, &block);
         EXPECT_NEAR(result.r, c.red, 1e-6) << "case " << &c - kCases;
+        EXPECT_EQ(result.a, 0.75f) << "before any peeking";
         EXPECT_NEAR(work.transparency, c.transparency, 1e-6) << "case " << &c - kCases;
     }
 }
