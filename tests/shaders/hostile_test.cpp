@@ -66,7 +66,9 @@ class HostileTest : public scripted::Renderer {
         }
     }
     void add(const std::string& type, const std::string& name, std::istringstream defaults) {
-        Block words(type == "color" ? 4 : type == "vector" ? 3 : 1);
+        const std::map<std::string, std::size_t> sizes = {
+            {"vector", 3}, {"color", 4}, {"transform", 16}};
+        Block words(sizes.contains(type) ? sizes.at(type) : 1);
         double value = 0;
         defaults.ignore(9);  // the word " default "
         for (miUint& word : words) {
