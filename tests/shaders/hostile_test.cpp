@@ -112,7 +112,7 @@ class HostileTest : public scripted::Renderer {
                 if (!passes_on || std::isfinite(number)) live(shader, block);
                 if (shader.name == "Orvane_Light") {
                     std::copy(block.begin(), block.end(), light_block.begin());
-                    for (const std::size_t reader : {1, 2})
+                    for (const unsigned reader : {1u, 2u})
                         live(shaders[reader], shaders[reader].block);
                 }
                 block[w] = sane;

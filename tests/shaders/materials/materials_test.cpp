@@ -199,6 +199,7 @@ TEST_F(MaterialTest, RaysStayWithinTheDepthsAndTheirCounts) {
     Block<Frosty> frosty;
     Block<Strauss> strauss;
     frosty.material.reflectivity = frosty.material.transparency = strauss.own.reflectivity = 0.5f;
+    frosty.material.diffuse.r = 0.5f;
     for (const auto& c : kCases) {
         state.reflection_level = c.reflection_level, state.refraction_level = c.refraction_level;
         frosty.own.reflect_samples = frosty.own.refract_samples = c.samples;
@@ -206,7 +207,7 @@ TEST_F(MaterialTest, RaysStayWithinTheDepthsAndTheirCounts) {
         const miScalar red = shade(zel_frosty, &frosty).r;
         EXPECT_EQ(host.count("mi_trace_reflection"), c.reflected) << "case " << &c - kCases;
         EXPECT_EQ(host.count("mi_trace_refraction"), c.refracted) << "case " << &c - kCases;
-        EXPECT_NEAR(red, (c.reflected ? 0.25f : 0) + (c.refracted ? 0.5f : 0), 1e-6);
+        EXPECT_NEAR(red, 0.125f + (c.reflected ? 0.25f : 0) + (c.refracted ? 0.5f : 0), 1e-6);
         state.refraction_level = c.refraction_level, host.calls.clear();
         shade(zel_strauss, &strauss);
         EXPECT_TRUE(c.samples != 3 || host.count("mi_trace_reflection") == c.reflected / 3);

@@ -119,7 +119,7 @@ TEST_F(GridTest, DrawsTheFirstLineThatThereIs) {
     Grid& g = grid;
     expect("none", [&] {});
     // Something empty, wherever it is.
-    for (const std::size_t k : {0, 1, 4, 8}) expect("outline", [&] { g[k].label = 0; });
+    for (const unsigned k : {0u, 1u, 4u, 8u}) expect("outline", [&] { g[k].label = 0; });
     expect("outline", [&] { g[8].label = 0, g[4].group(0), lens.group_depth = 9; });
     expect("none", [&] { g[0].label = 0, g[8].lines.outline_on = 0; });
     // Another object, unless one of the two groups itself with the other and is near.
