@@ -1,6 +1,7 @@
 // The lenses that keep a store a thread: where the toon lens draws lines, how both come and go, and
 // what materials record for them. Widths, colours, maps and means are shown by pictures.
 
+#include <bit>
 #include <deque>
 #include <random>
 #include <set>
@@ -187,6 +188,7 @@ TEST_F(GridTest, LinesAreWhereNeighboursDiffer) {
     }
 }
 
+// What is fully transparent has no zone.
 TEST_F(GridTest, MaterialsGroupUpTo200Objects) {
     constexpr std::size_t kCount = 49 + 11, kFirst = kCount + 2;  // words; a label is every second
     constexpr std::size_t kSiCount = 49 + 7;
@@ -197,10 +199,12 @@ TEST_F(GridTest, MaterialsGroupUpTo200Objects) {
     ASSERT_TRUE(zel_ct_init(&store, 0, sizeof(zel_toon_record), no_lines, nullptr));
     for (const int n : {-1, 0, 3, 250, 200}) {
         block[kCount] = block[kSiCount] = n, state.user = &store;
+        block[18] = std::bit_cast<miInteger>(n == 3 ? 1.0f : 0.5f);  // transparency
         miColor color;
         EXPECT_TRUE(zel_toon_mat(&color, &state, block.data()));
         const auto& record = *reinterpret_cast<const zel_toon_record*>(store.user);
         ASSERT_EQ(record.group_count, std::clamp(n, 0, 200));
+        EXPECT_EQ(record.zone, n == 3 ? zel_toon_NOT_SHADED : zel_toon_UNLIT);
         for (int k = 0; k < record.group_count; ++k)
             ASSERT_EQ(record.group_labels[k], static_cast<miUint>(1000 + k));
         zel_toon_mat_init(&state, block.data(), nullptr);
