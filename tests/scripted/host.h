@@ -43,5 +43,8 @@ inline auto IsColor(float r, float g, float b, float a, float tolerance = 1e-6f)
                           Field("b", &miColor::b, FloatNear(b, tolerance)),
                           Field("a", &miColor::a, FloatNear(a, tolerance)));
 }
+inline auto IsColor(const miColor& c, float tolerance = 2e-6f) {
+    return IsColor(c.r, c.g, c.b, c.a, tolerance);
+}
 
 }  // namespace scripted
