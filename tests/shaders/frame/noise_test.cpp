@@ -54,20 +54,16 @@ TEST_F(NoiseTest, SumStaysWithinItsBoundsForAnyCount) {
 }
 
 TEST_F(NoiseTest, BiasAndGainAtTheirFixedPoints) {
-    for (const double x : {0.0, 0.1, 0.5, 0.7, 1.0}) {
+    EXPECT_EQ(qv_Bias(0.75, 0.25), 0.5625);
+    for (const double x : {0.1, 0.5, 0.7}) {
         EXPECT_EQ(qv_Bias(x, 0.5), x);
+        EXPECT_NEAR(qv_Bias(0.5, x), x, 1e-12);
         EXPECT_NEAR(qv_Gain(x, 0.5), x, 1e-12);
         EXPECT_NEAR(qv_Gain(x, 0.8), 1 - qv_Gain(1 - x, 0.8), 1e-12) << x;
-        if (x == 0 || x == 1) continue;
-        EXPECT_NEAR(qv_Bias(0.5, x), x, 1e-12);
         EXPECT_NEAR(qv_Gain(0.25, x), (1 - x) / 2, 1e-12);
-        EXPECT_EQ(qv_Gain(0.5, x), 0.5);
-        EXPECT_EQ(qv_Bias(0, x), 0);
-        EXPECT_EQ(qv_Bias(1, x), 1);
-        EXPECT_EQ(qv_Gain(0.0005, x), 0);
-        EXPECT_EQ(qv_Gain(0.9995, x), 1);
+        EXPECT_TRUE(qv_Gain(0.5, x) == 0.5 && qv_Gain(0.0009, x) == 0 && qv_Gain(0.9991, x) == 1);
+        EXPECT_TRUE(qv_Gain(0.0011, x) > 0 && qv_Gain(0.9989, x) < 1);
     }
-    EXPECT_EQ(qv_Bias(0.75, 0.25), 0.5625);
 }
 
 TEST_F(NoiseTest, InterpolationEasesFromEndToEnd) {
@@ -89,17 +85,12 @@ TEST_F(NoiseTest, InterpolationEasesFromEndToEnd) {
 }
 
 TEST_F(NoiseTest, FadeLeavesAlphaAndWhatHasNoBlend) {
-    miColor c = {1, 2, 4, 0.5f}, target = {3, 0, 4, 9};
+    miColor c = {1, 2, 4, 0.5f}, target = {3, 0, 4, 9}, odd = {NAN, 1e30f, 0, 0};
     qv_ColorFade(&c, &target, 0.25);
     EXPECT_THAT(c, IsColor(1.5f, 1.5f, 4, 0.5f));
-    qv_ColorFade(&c, &target, 2);
-    EXPECT_THAT(c, IsColor(4.5f, -1.5f, 4, 0.5f));
-    target = {std::nanf(""), 1e30f, 0, 0};
-    qv_ColorFade(&c, &target, 1e20);
-    EXPECT_THAT(c, IsColor(4.5f, -1.5f, -4e20f, 0.5f));
-}
+    qv_ColorFade(&c, &odd, 1e20);
+    EXPECT_THAT(c, IsColor(1.5f, 1.5f, -4e20f, 0.5f));
 
-TEST_F(NoiseTest, FactorialWraps) {
     const int cases[][2] = {{-5, 0},          {0, 0},           {1, 1},  {5, 120},
                             {13, 1932053504}, {33, -kMany - 1}, {34, 0}, {kMany, 0}};
     for (const auto& [n, product] : cases) EXPECT_EQ(qv_Factorial(n), product) << n;
