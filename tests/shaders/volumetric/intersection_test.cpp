@@ -42,23 +42,15 @@ const struct Case {
     miScalar near, far = 0;
 } kCases[] = {
     {"sphere, through the centre", true, {-6, 0, 0}, {2, 0, 0}, 2, 4},
-    {"sphere, beside the centre", true, {-3, 0, 1.2f}, {1, 0, 0}, 1.4f, 4.6f},
-    {"sphere, from the centre", true, {0, 0, 0}, {0, 0, 1}, 0, 2},
     {"sphere, behind", true, {-6, 0, 0}, {-1, 0, 0}, kMiss},
     {"behind", false, {5, -2, 0}, {1, 0, 0}, kMiss},
     {"across through the axis", false, {-5, -2, 0}, {1, 0, 0}, 3, 7},
-    {"past", false, {-5, -1, 3}, {1, 0, 0}, kMiss},
     {"in for good", false, {5, -2, 0}, {0, -1, 0}, 3, kNever},
-    {"inside, along the axis", false, {0, -2, 0}, {0, -1, 0}, 0, kNever},
     {"inside, into the mirror nappe", false, {1, -4, 0}, {0, 1, 0}, 0, 3},
     {"inside, parallel to a side", false, {0, -2, 0}, {kSlope, -kSlope, 0}, 0, kNever},
-    {"inside, back along a side", false, {0, -2, 0}, {-kSlope, kSlope, 0}, 0, 2 * kSlope},
-    {"parallel to the near side", false, {5, -2, 0}, {kSlope, -kSlope, 0}, kMiss},
     {"parallel to the far side", false, {-5, -1, 0}, {kSlope, -kSlope, 0}, 4 * kSlope, kNever},
     {"mirror nappe, down", false, {1, 4, 0}, {0, -1, 0}, 5, kNever},
-    {"mirror nappe, out", false, {0, 2, 0}, {1, 0, 0}, kMiss},
     {"across the mirror nappe", false, {-5, 2, 0}, {1, 0, 0}, kMiss},
-    {"level through the apex", false, {-5, 0, 0}, {1, 0, 0}, kMiss},
     {"inside, through the apex", false, {1, -2, 0}, {-1 / kSqrt5, 2 / kSqrt5, 0}, 0, kSqrt5},
     {"mirror, through the apex", false, {1, 2, 0}, {-1 / kSqrt5, -2 / kSqrt5, 0}, kSqrt5, kNever},
 };

@@ -112,30 +112,6 @@ TEST_F(MapsTest, TakesPointAndSpotLightsWithABeam) {
     EXPECT_EQ(shared().light_count, 0);
 }
 
-TEST_F(MapsTest, TexelsOfAConeLeadBackToThemselves) {
-    for (int n = 0; n < 27; ++n) {
-        const auto sign = [&](int power) { return static_cast<miScalar>(n / power % 3 - 1); };
-        VolumeLight light = {};
-        light.direction = normalized({sign(1), sign(3), sign(9)});
-        light.origin = {3, n % 5 < 3 ? 2.0f : -2.0f, 1};
-        light.map_resolution = 5, light.half_res = 2.5f, light.extent = 4;
-        if (is_zero(light.direction)) continue;
-        if (n % 2) host.world = scripted::rotation(0.3f, -1.2f, 2);
-        qv_SetupPlanarDepthMap(&light, &state);
-        EXPECT_NEAR(length(light.light_in_map - miVector{2.5f, 4, 2.5f}), 0, 1e-5) << n;
-        int i, j;
-        for (miVector centre = {0.5f, 0, 0.5f}; centre.x < 5; centre.x += 1, centre.z += 0.9f)
-            for (const miScalar reach : {-1.0f, 0.2f, 1.0f, 9.0f}) {
-                miVector at;
-                mi_point_transform(&at, &centre, light.from_map);
-                at = light.origin + (at - light.origin) * reach;
-                qv_ConvertToPlanarMapProj(&light, &at, &i, &j);
-                EXPECT_EQ(i, reach < 0 ? -1 : std::floor(centre.x)) << n;
-                EXPECT_EQ(j, reach < 0 ? -1 : std::floor(centre.z)) << n;
-            }
-    }
-}
-
 // Directions of texels are those of their centres, (i + 0.5) / N. Looked up is the nearest multiple
 // of 1 / N, by quick arithmetic that must not show, least at the borders: there the centres are.
 TEST_F(MapsTest, DirectionsHaveTexelsOfASphere) {

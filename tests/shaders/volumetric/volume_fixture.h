@@ -9,15 +9,10 @@
 #include "volumetric/light_set.h"
 
 extern "C" {
-struct RaySegment {
-    miScalar near, far;
-    const VolumeLight* light;
-};
 int Orvane_Volume_version();
 void Orvane_Volume_init(miState*, void*, miBoolean*);
 void Orvane_Volume_exit(miState*, void*);
 miBoolean Orvane_Volume(miColor*, miState*, Orvane_Volume_params*);
-void qv_InScatter(miColor*, const RaySegment*, int, const miVector*, miState*, miScalar);
 }
 
 // The block of a volume with room for five lights.
