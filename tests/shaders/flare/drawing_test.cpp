@@ -230,20 +230,4 @@ TEST_F(DrawingTest, StreaksHaveAPatternOfSinglePrecision) {
     }
 }
 
-TEST_F(DrawingTest, NoiseVariesStreaks) {
-    params.star_length_noise = 0.5f, params.star_width_noise = 1e-7f;
-    params.star_noise_speed = 3, camera.frame_time = 2;
-    host.noise = [](const miVector& p) {
-        EXPECT_EQ(p.x, 2 * 3 + 5);
-        return p.y > 9.42f ? 1.0f : 0.5f;  // of streak 3
-    };
-    buildStarTables(&light, 5, &state);
-    EXPECT_DOUBLE_EQ(light.streak_frequency[0], 100 * 3141.592653589793);
-    EXPECT_DOUBLE_EQ(light.streak_frequency[3], 1.25 * 100 * 3141.592653589793);
-    EXPECT_EQ(light.streak_width[3], light.streak_width[0]);
-    params.star_length_noise = 0, params.star_width_noise = -2;
-    buildStarTables(&light, 5, &state);
-    EXPECT_EQ(light.streak_width[3], 0);
-}
-
 }  // namespace
