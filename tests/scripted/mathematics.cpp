@@ -37,12 +37,6 @@ static Matrix inverse(const Matrix& m) {
     return out;
 }
 
-static Matrix transpose(const Matrix& m) {
-    Matrix out;
-    for (std::size_t i = 0; i < 16; ++i) out[i] = m[i % 4 * 4 + i / 4];
-    return out;
-}
-
 static void point(miVector* out, miVector v, const Matrix& m) {
     mi_point_transform(out, &v, m.data());
 }
@@ -64,36 +58,24 @@ void mi_vector_transform(miVector* out, miVector* in, const miMatrix m) {
             x * m[2] + y * m[6] + z * m[10]};
 }
 
-void mi_point_to_world(miState*, miVector* o, miVector* i) { point(o, *i, current().world); }
-void mi_point_from_world(miState*, miVector* o, miVector* i) {
-    point(o, *i, inverse(current().world));
-}
-void mi_point_to_object(miState*, miVector* o, miVector* i) { point(o, *i, current().object); }
-void mi_point_from_object(miState*, miVector* o, miVector* i) {
-    point(o, *i, inverse(current().object));
-}
-void mi_point_to_camera(miState*, miVector* o, miVector* i) { point(o, *i, current().camera); }
-void mi_point_from_camera(miState*, miVector* o, miVector* i) {
-    point(o, *i, inverse(current().camera));
-}
-void mi_vector_to_world(miState*, miVector* o, miVector* i) { vector(o, *i, current().world); }
-void mi_vector_from_world(miState*, miVector* o, miVector* i) {
-    vector(o, *i, inverse(current().world));
-}
-void mi_vector_to_object(miState*, miVector* o, miVector* i) { vector(o, *i, current().object); }
-void mi_vector_from_object(miState*, miVector* o, miVector* i) {
-    vector(o, *i, inverse(current().object));
-}
-void mi_vector_to_camera(miState*, miVector* o, miVector* i) { vector(o, *i, current().camera); }
-void mi_vector_from_camera(miState*, miVector* o, miVector* i) {
-    vector(o, *i, inverse(current().camera));
-}
-void mi_normal_to_object(miState*, miVector* o, miVector* i) {
-    vector(o, *i, transpose(inverse(current().object)));
-}
-void mi_normal_from_object(miState*, miVector* o, miVector* i) {
-    vector(o, *i, transpose(current().object));
-}
+#define TO(of, space) \
+    void mi_##of##_to_##space(miState*, miVector* o, miVector* i) { of(o, *i, current().space); }
+#define FROM(of, space)                                               \
+    void mi_##of##_from_##space(miState*, miVector* o, miVector* i) { \
+        of(o, *i, inverse(current().space));                          \
+    }
+TO(point, world)
+TO(point, camera)
+TO(point, object)
+TO(vector, world)
+TO(vector, camera)
+TO(vector, object)
+FROM(point, world)
+FROM(point, camera)
+FROM(vector, world)
+FROM(vector, camera)
+#undef TO
+#undef FROM
 
 // ---- Matrices
 
