@@ -1,9 +1,12 @@
-# make demo   installs what is missing, builds, renders the show picture, says where it is
-# make test   installs what is missing, builds, runs all tests
-# make hard   installs more, tries to bring it down; TIME=600 gives each check at random 600 s
-# make accept  writes new references for the pictures that differ (NAMES="..."): look at the differences first
-# make gallery renders every scene and makes a page of them; WIDTH=1280 makes pictures up to 1280 wide
-# make format brings all sources into the house's format
+# What to make; "make help" prints the lines with two number signs.
+## make demo     installs what is missing, builds, renders the show picture, says where it is
+## make test     installs what is missing, builds, runs all tests
+## make gallery  renders every scene and makes a page of them; WIDTH=1280 makes pictures up to 1280 wide
+## make check    looks at formats, pages and pictures of the tree
+## make accept   writes new references for test pictures that differ (NAMES="..."): look at them first
+## make hard     tries to bring everything down; TIME=600 gives each check at random 600 s
+## make format   brings all sources into the house's format
+## make clean    removes what was built and rendered
 
 BUILD := build/release
 WIDTH := 640
@@ -24,7 +27,11 @@ if [ -n "$$missing" ]; then \
 fi
 endef
 
-.PHONY: demo gallery test accept hard hard-short build configure packages hard-packages format check-format clean
+.DEFAULT_GOAL := help
+.PHONY: help demo gallery test accept hard hard-short build configure packages tool-packages format check check-format clean
+
+help:
+	@sed -n 's/^## //p' Makefile
 
 demo: configure
 	cmake --build $(BUILD) --target orvane orvane_shaders slide_parts
@@ -43,10 +50,10 @@ accept: configure
 	cmake --build $(BUILD) --target pictures_tests
 	$(BUILD)/pictures_tests --gtest_brief=1 --accept $(NAMES)
 
-hard: hard-packages
+hard: tool-packages
 	$(PYTHON) tests/hard/hard.py --time $(TIME)
 
-hard-short: hard-packages
+hard-short: tool-packages
 	$(PYTHON) tests/hard/hard.py --short
 
 build: configure
@@ -56,18 +63,22 @@ configure: packages
 	cmake --preset release
 
 # Packages of Debian 12; nothing is asked of the system when all are there. Those with the word
-# "hard" behind them are for make hard alone.
+# "tools" behind them are for make hard and make check alone.
 packages:
 	$(call install,NF == 1)
 
-hard-packages:
+tool-packages:
 	$(call install,NF > 0)
 
 format:
 	clang-format -i $(SOURCES)
 
+check: tool-packages check-format
+	$(PYTHON) scripts/check_pages.py
+	$(PYTHON) scripts/check_pictures.py
+
 check-format:
-	clang-format --dry-run -Werror $(SOURCES)
+	@clang-format --dry-run -Werror $(SOURCES)
 
 clean:
 	rm -rf build out

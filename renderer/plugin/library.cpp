@@ -5,6 +5,7 @@
 #include <link.h>
 
 #include <algorithm>
+#include <new>
 
 #include "plugin/shared_object.h"
 #include "scene/memory.h"
@@ -107,6 +108,8 @@ bool Libraries::link(const std::string& name, std::string& why) {
     if (!handle) {
         why = loader_reason();
         check_memory(why);
+        // The loader says so as well of a file for whose name it has no memory.
+        if (why.starts_with(path.string() + ": cannot open")) throw std::bad_alloc();
         return false;
     }
     handles_.emplace(path, handle);
