@@ -1,6 +1,7 @@
 // orvane render: from a scene file to picture files.
 
 #include <sched.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <atomic>
@@ -174,6 +175,23 @@ film::Settings film_settings(const world::World& world, const RenderArguments& a
     return settings;
 }
 
+// What a frame needs at least is told before it is asked for.
+void check_room(const world::World& world, const film::Settings& settings) {
+    const auto wanted = std::count(settings.wanted.begin(), settings.wanted.end(), true);
+    const double needed = double(settings.width) * settings.height * double(sizeof(miColor)) *
+                          static_cast<double>(std::max<std::ptrdiff_t>(wanted, 1));
+    const double there =
+        static_cast<double>(sysconf(_SC_PHYS_PAGES)) * static_cast<double>(sysconf(_SC_PAGE_SIZE));
+    if (needed <= there) return;
+    const auto gibibytes = [](double bytes) {
+        return std::to_string(static_cast<long>(bytes / (1 << 30))) + " GiB";
+    };
+    throw error_at(world.scene_camera().place, Exit::Memory,
+                   "a picture of " + std::to_string(settings.width) + " x " +
+                       std::to_string(settings.height) + " pixels needs " + gibibytes(needed) +
+                       " of memory, and there are " + gibibytes(there));
+}
+
 // What cannot be written is told before the picture is rendered.
 void check_output(const scene::Output& output) {
     std::string name = output.format;
@@ -204,7 +222,7 @@ void Session::check_outputs(const world::World& world) {
             if (output.file.empty()) continue;
             named = true;
             check_output(output);
-            if (++uses_[output.file] == 2)
+            if (++uses_[fs::absolute(output.file).lexically_normal()] == 2)
                 message(Level::Warning, to_string(output.place) + ": warning: \"" + output.file +
                                             "\" is written more than once: the last picture stays");
         }
@@ -236,6 +254,7 @@ void Session::render(const scene::Scene& scene, const scene::RenderCommand& comm
     world::World world(scene, command, libraries_, pictures_, folders_,
                        {arguments_.resolution, arguments_.samples, arguments_.window});
     check_outputs(world);
+    check_room(world, film_settings(world, arguments_));
     trace::Frame frame(world);
     std::uint64_t samples = 0;
     const film::FrameBuffers buffers = shade(frame, progress, samples);

@@ -40,8 +40,9 @@ inline bool is_sound_size(std::int64_t width, std::int64_t height) {
 // Throws when a file of so many bytes cannot hold the picture that its header tells of: taken at
 // its word, a header of 300 bytes would take all memory. Blank pictures pack tightly, one bit for
 // a line of pixels at the best, so what takes little memory passes and the rest has a wide margin.
+// tightest: how many bytes of pixels a byte of the file can stand for.
 void check_size(std::int64_t width, std::int64_t height, std::int64_t bytes_a_pixel,
-                const std::filesystem::path& file);
+                const std::filesystem::path& file, std::int64_t tightest = 4096);
 
 bool is_png(const std::filesystem::path& file);
 Decoded decode_png(const std::filesystem::path& file, bool pixels);

@@ -50,8 +50,10 @@ void write_picture(const Image& image, const fs::path& file, const PictureSettin
     if (!format) throw cannot_write(file, "unknown picture format \"" + name + '"');
     if (image.pixels().empty()) throw cannot_write(file, "it has no pixels");
 
-    // A file beyond the size that the system allows is a write that fails, as on a full disk.
+    // A file beyond the size that the system allows is a write that fails, as on a full disk, and
+    // so is a pipe that nobody reads any more.
     std::signal(SIGXFSZ, SIG_IGN);
+    std::signal(SIGPIPE, SIG_IGN);
     try {
         const std::vector<std::uint8_t> bytes = encoded(image, *format, settings);
         check_memory();  // what somebody made without the memory that it asked for is no picture

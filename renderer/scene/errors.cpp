@@ -71,6 +71,12 @@ std::string shorten_quotes(const std::string& text) {
     return result;
 }
 
+std::string harmless(std::string text, bool one_line) {
+    for (char& c : text)
+        if (c == 127 || (static_cast<unsigned char>(c) < ' ' && (one_line || c != '\n'))) c = '?';
+    return text;
+}
+
 std::string to_string(const scene::Place& place) {
     if (!place.file || place.line <= 0) return {};
     return *place.file + ":" + std::to_string(place.line) + ":" + std::to_string(place.column);

@@ -23,12 +23,18 @@ enum class Exit {
 // A text for people: what stands between quotes is cut after 80 bytes, and the whole after 4000.
 std::string shorten_quotes(const std::string& text);
 
+// The same text, fit for a terminal: control characters, which may come from a scene or the name of
+// a file, are question marks; so are ends of lines in a text that is to be one.
+std::string harmless(std::string text, bool one_line);
+
 // what() is one line, "file:line:column: error: ..." when the place is known; details holds
 // further lines (the source line with a caret, what would be right), or is empty.
 class Error : public std::runtime_error {
   public:
     Error(Exit status, const std::string& line, std::string details = {})
-        : std::runtime_error(shorten_quotes(line)), status(status), details(std::move(details)) {}
+        : std::runtime_error(harmless(shorten_quotes(line), true)),
+          status(status),
+          details(std::move(details)) {}
 
     Exit status;
     std::string details;

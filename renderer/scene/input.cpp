@@ -66,6 +66,7 @@ void Input::close_text() {
 }
 
 void Input::obey(const Token& directive) {
+    if (stop_ && stop_()) throw Stopped{};
     const std::string_view word = directive.text;
     if (word == "include") {
         include(directive);
@@ -170,6 +171,10 @@ void Input::include(const Token& directive) {
     if (!source) {
         throw error_at(name.place(), Exit::Input, "cannot read " + file.string() + ": " + why);
     }
+    included_bytes_ += source->text.size();
+    if (included_bytes_ > kMostIncluded)
+        fail(directive, "the files that the scene includes have more than " +
+                            std::to_string(kMostIncluded >> 20) + " MiB");
     open_.emplace_back(std::move(source));
 }
 
@@ -219,6 +224,11 @@ std::string Input::substitute(std::string_view text) const {
             result += '{' + name + '}';
         }
         text.remove_prefix(close + 1);
+        if (result.size() > kLongestName)
+            throw Error(Exit::Scene,
+                        *open_.back().source->name +
+                            ": error: entries of the registry make a name longer than " +
+                            std::to_string(kLongestName) + " characters");
     }
     return result.append(text);
 }

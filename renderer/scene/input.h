@@ -64,7 +64,7 @@ class Input {
     Fence fence_;
     std::vector<OpenText> open_;  // the main text, then what is being included
     std::vector<Comment> comments_;
-    std::size_t includes_ = 0;  // so far
+    std::size_t includes_ = 0, included_bytes_ = 0;  // so far
     unsigned tokens_ = 0;
     std::vector<std::unique_ptr<Source>> finished_;
 };

@@ -199,6 +199,7 @@ Token Lexer::read_string() {
     }
     if (at_ == end_) fail(token, "the string is not closed");
     token.text = span(begin, at_++);
+    if (token.text.find('\0') != token.text.npos) fail(token, "the string holds a NUL character");
     if (!escapes) return token;
 
     // A backslash before anything else stays: it divides the folders of some paths.

@@ -18,6 +18,9 @@ inline constexpr std::size_t kDeepest = 256;
 // many.
 inline constexpr std::size_t kMostIncludes = 20'000;
 
+// Bytes of their texts, which are kept, and of a name in which entries of the registry stand.
+inline constexpr std::size_t kMostIncluded = std::size_t{1} << 29, kLongestName = 1 << 16;
+
 // Leaves of the instance tree, each of which takes memory in the world and in the ray structure.
 inline constexpr std::uint64_t kMostInstances = 10'000'000;
 

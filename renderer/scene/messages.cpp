@@ -55,6 +55,7 @@ void message(Level level, const std::string& text) {
         begins_with_place(text, severity) ? text : "orvane: " + severity + ": " + text;
     line = shorten_quotes(line);
     if (line.back() == '\n') line.pop_back();
+    line = harmless(line, false);
 
     // Write over the status line, then show it again below.
     Console& out = console();

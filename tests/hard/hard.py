@@ -133,9 +133,12 @@ def signals(seconds):
     folder = OUT / 'signals'
     shutil.rmtree(folder, ignore_errors=True)
     folder.mkdir()
+    run(orvane, 'render', SCENES[0], *SMALL, '-o', folder / 'picture.png')
+    finished = (folder / 'picture.png').read_bytes()
     end, count = time.time() + seconds, 0
     while time.time() < end:
         count += 1
+        (folder / 'picture.png').write_bytes(finished)
         scene = ROOT / 'scenes' / chance.choice(['slide.mi', 'beams.mi', 'toon.mi', 'bg_pic.mi'])
         number = chance.choice([signal.SIGINT, signal.SIGTERM, signal.SIGKILL])
         child = subprocess.Popen([orvane, 'render', scene, '-o', folder / 'picture.png', '--resolution', '640', '360',
@@ -156,6 +159,8 @@ def signals(seconds):
                 found.append(f'{scene.name}, signal {number}: leaves {file.name}')
             elif file.suffix == '.png' and pixels(file) is None:
                 found.append(f'{scene.name}, signal {number}: half a picture')
+            elif file.suffix == '.png' and not pixels(file).any():
+                found.append(f'{scene.name}, signal {number}: a picture of nothing in place of a finished one')
     if list(folder.glob('*.part')) and run(orvane, 'render', SCENES[0], *SMALL, '-o', folder / 'picture.png'):
         found += [f'still there: {file.name}' for file in folder.glob('*.part')]
     return f'{count} signals, the slowest answer {slowest:.2f} s', found

@@ -8,7 +8,10 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <iterator>
+#include <memory>
 #include <stdexcept>
+#include <string_view>
 #include <utility>
 
 #include "image/codec.h"
@@ -143,6 +146,57 @@ std::vector<std::uint8_t> encode_other(const Encoding& picture) {
     }
 }
 
+// What is read, and how many bytes of pixels a byte of such a file can stand for. The library knows
+// more: films, whose files may name others that are read in their place, documents, raw sensors.
+struct Readable {
+    std::string_view format;
+    std::int64_t tightest;
+};
+constexpr Readable kReadable[] = {
+    {"openexr", 1100}, {"tiff", 1100}, {"jpeg", 1100}, {"bmp", 256},       {"cineon", 8},
+    {"dds", 8},        {"dpx", 16},    {"fits", 8},    {"gif", 4096},      {"heif", 4096},
+    {"hdr", 256},      {"ico", 4096},  {"iff", 256},   {"jpeg2000", 4096}, {"png", 4096},
+    {"pnm", 64},       {"psd", 256},   {"rla", 256},   {"sgi", 256},       {"softimage", 256},
+    {"targa", 256},    {"webp", 4096}, {"zfile", 4096}};
+
+const Readable* find_readable(const OIIO::ImageInput& input) {
+    const auto found =
+        std::ranges::find(kReadable, std::string_view(input.format_name()), &Readable::format);
+    return found == std::end(kReadable) ? nullptr : found;
+}
+
+struct Opened {
+    std::unique_ptr<OIIO::ImageInput> input;
+    OIIO::ImageSpec header;
+    std::int64_t tightest;
+};
+
+// By the ending of its name, or as the first format that takes it for its own.
+Opened open_picture(const std::string& file) {
+    OIIO::ImageSpec config;
+    config.attribute("oiio:UnassociatedAlpha", 1);
+    std::string why = "not a picture of a format that is read";
+    const auto try_as = [&](std::unique_ptr<OIIO::ImageInput> input, Opened* opened) {
+        const Readable* format = input ? find_readable(*input) : nullptr;
+        if (!format) return false;
+        if (!input->open(file, opened->header, config)) {
+            why = input->geterror();
+            return false;
+        }
+        opened->input = std::move(input);
+        const bool is_fine = opened->header.get_int_attribute("oiio:BitsPerSample", 8) < 8;
+        opened->tightest = is_fine ? 4096 : format->tightest;
+        return true;
+    };
+    Opened opened;
+    if (try_as(OIIO::ImageInput::create(file, false), &opened)) return opened;
+    for (const Readable& other : kReadable) {
+        auto input = OIIO::ImageInput::create(std::string(other.format), false);
+        if (input && input->valid_file(file) && try_as(std::move(input), &opened)) return opened;
+    }
+    throw std::runtime_error(why);
+}
+
 // How the numbers of a picture are kept: as they are, or as floats where they are of other kinds.
 std::pair<Texels::Kind, OIIO::TypeDesc> kept(const OIIO::ImageSpec& header) {
     const OIIO::TypeDesc type = header.format;
@@ -156,11 +210,7 @@ std::pair<Texels::Kind, OIIO::TypeDesc> kept(const OIIO::ImageSpec& header) {
 
 // What stands in a picture is taken as it is, not multiplied by alpha.
 Decoded decode_other(const fs::path& file, bool pixels) {
-    OIIO::ImageSpec config;
-    config.attribute("oiio:UnassociatedAlpha", 1);
-    const auto input = OIIO::ImageInput::open(file.string(), &config);
-    if (!input) throw std::runtime_error(OIIO::geterror());
-    const OIIO::ImageSpec& header = input->spec();
+    const auto [input, header, tightest] = open_picture(file.string());
     if (header.depth > 1 || header.nchannels < 1 || header.deep)
         throw std::runtime_error("not a flat picture");
 
@@ -171,7 +221,8 @@ Decoded decode_other(const fs::path& file, bool pixels) {
                        header.format == OIIO::TypeDesc::UINT8,
                        {}};
     if (!pixels) return picture;
-    check_size(header.width, header.height, static_cast<std::int64_t>(header.pixel_bytes()), file);
+    check_size(header.width, header.height, static_cast<std::int64_t>(header.pixel_bytes()), file,
+               tightest);
 
     // Read straight into the pixels, from the top row down.
     const auto [kind, type] = kept(header);
