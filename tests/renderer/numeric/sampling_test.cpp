@@ -66,59 +66,48 @@ TEST(Sampling, KeysAreUnrelated) {
     EXPECT_NE(mix(1, 2), mix(2, 1));
 }
 
-class SampleOperation : public testing::Test {
-  protected:
-    SampleOperation() { state.sample_key = 77; }
-
-    // Expects a loop to end without a point.
-    void expect_end(int instance, miUint count) {
-        double untouched = -1;
-        EXPECT_EQ(mi_sample(&untouched, &instance, &state, 1, &count), miFALSE);
-        EXPECT_EQ(untouched, -1);
-    }
-
-    miState state{};
-};
-
 // Single draws of one state fill the square, whatever loops there are in between; each loop has
-// points of its own.
-TEST_F(SampleOperation, SingleDrawsAndLoopsFillTheSquare) {
-    const miUint n = 16;
+// points of its own, and ends.
+TEST(SampleOperation, SingleDrawsAndLoopsFillTheSquare) {
+    miState state{};
+    state.sample_key = 77;
+    const miUint n = 16, none = 0;
     std::set<double> seen;
+    double p[3] = {-1, -1, -1};
     for (int round = 0; round < 3; ++round) {
-        EXPECT_TRUE(fills_all_boxes(4, [&](std::uint32_t) {
-            std::array<double, 2> p;
-            EXPECT_EQ(mi_sample(p.data(), nullptr, &state, 2, nullptr), miTRUE);
-            return p;
-        }));
         int instance = 0;
+        const auto draw = [&](int* counter, const miUint* count) {
+            EXPECT_EQ(mi_sample(p, counter, &state, 2, count), miTRUE);
+            return std::array{p[0], p[1]};
+        };
+        EXPECT_TRUE(fills_all_boxes(4, [&](auto) { return draw(nullptr, nullptr); }));
         EXPECT_TRUE(fills_all_boxes(4, [&](std::uint32_t i) {
-            std::array<double, 2> p{};
-            EXPECT_EQ(mi_sample(p.data(), &instance, &state, 2, &n), miTRUE);
+            const auto point = draw(&instance, &n);
             EXPECT_EQ(instance, static_cast<int>(i) + 1);
-            seen.insert(p[0]);
-            return p;
+            seen.insert(point[0]);
+            return point;
         }));
-        expect_end(instance, n);
+        EXPECT_EQ(mi_sample(p + 2, &instance, &state, 1, &n), miFALSE);
+        instance = 0;
+        EXPECT_EQ(mi_sample(p + 2, &instance, &state, 1, &none), miFALSE);
     }
     EXPECT_EQ(seen.size(), 3u * 16);
-    expect_end(0, 0);
+    EXPECT_EQ(p[2], -1) << "no more is written than was asked for";
 }
 
-TEST_F(SampleOperation, WritesEveryDimensionAsked) {
+TEST(SampleOperation, WritesEveryDimensionAskedEvenWithoutAState) {
+    miState state{};
     double mean[5] = {}, products = 0;
     for (int i = 0; i < 256; ++i) {
-        double p[6] = {-1, -1, -1, -1, -1, -1};
+        double p[5];
         mi_sample(p, nullptr, &state, 5, nullptr);
-        EXPECT_EQ(p[5], -1);
         for (int k = 0; k < 5; ++k) mean[k] += p[k] / 256;
         products += (p[0] - 0.5) * (p[2] - 0.5) / 256;
     }
     for (const double m : mean) EXPECT_NEAR(m, 0.5, 1e-2);
     EXPECT_NEAR(products, 0, 0.015);
 
-    // Without a state the caller's count tells the points apart.
-    int instance = 0;
+    int instance = 0;  // the caller's count tells the points apart
     double a = 0, b = 0;
     mi_sample(&a, &instance, nullptr, 1, nullptr);
     mi_sample(&b, &instance, nullptr, 1, nullptr);
@@ -129,7 +118,6 @@ TEST_F(SampleOperation, WritesEveryDimensionAsked) {
 TEST(RandomOperation, IsTheCLibrarysGenerator) {
     unsigned short ours[3] = {0xee31, 0x59f1, 0xa7b3}, theirs[3] = {0xee31, 0x59f1, 0xa7b3};
     for (int i = 0; i < 100; ++i) EXPECT_EQ(mi_erandom(ours), erand48(theirs));
-    EXPECT_TRUE(std::equal(ours, ours + 3, theirs));
 }
 
 }  // namespace
