@@ -13,20 +13,6 @@ using testing::ElementsAre;
 using testing::FieldsAre;
 using Triangle = std::array<std::uint32_t, 3>;
 
-constexpr const char* kSquare = "group 0 0 0 1 0 0 1 1 0 0 1 0 v 0 v 1 v 2 v 3 ";
-
-Object square(const std::string& polygons, const std::string& flags = {}) {
-    return object_of(flags + " " + kSquare + polygons + " end group");
-}
-
-TEST(ObjectElement, ReadsFlags) {
-    const Object o = square("", R"(visible shadow 1 trace on face back tag 5 select on shadowmap off
-        max displace 2 box 0 0 0 1 1 1 attribute boolean "a" on)");
-    EXPECT_TRUE(o.visible && o.shadow && o.trace && o.face == 'b' && o.tag == 5);
-    const Object later = square("", "visible off shadow 2 reflection 2");
-    EXPECT_TRUE(!later.visible && !later.shadow && later.trace);
-}
-
 TEST(Group, VerticesPickTheirFields) {
     const Object o = object_of(R"(group "g" merge 0.1
         0 0 0  1 2 3  4 5 6  7 8 9
@@ -44,28 +30,16 @@ TEST(Group, VerticesPickTheirFields) {
     EXPECT_THAT(o.mesh->triangle, ElementsAre(Triangle{0, 1, 2}));
 }
 
-TEST(Group, PolygonsBecomeTriangles) {
-    const std::vector<Triangle> halves = {{0, 1, 2}, {0, 2, 3}}, strip = {{0, 1, 3}, {3, 1, 2}};
-    EXPECT_EQ(square("c 0 1 2 3").mesh->triangle, halves);
-    EXPECT_EQ(square("fan 0 1 2 3").mesh->triangle, halves);
-    EXPECT_EQ(square("strip 0 1 3 2").mesh->triangle, strip);
-
-    // Indices count from their own group; geometry that is not supported is skipped to its end.
-    const Object o = square("p 0 1 2 curve \"c\" 0. 1. 1 v 9 end curve c 0 9 10 end group " +
-                            std::string(kSquare) + "c 0 1 2");
+// Indices count from their own group; geometry that is not supported is skipped to its end.
+TEST(Group, HasIndicesOfItsOwn) {
+    const std::string square = "group 0 0 0 1 0 0 1 1 0 0 1 0 v 0 v 1 v 2 v 3 ";
+    const Object o = object_of(square + "p 0 1 2 curve \"c\" 0. 1. 1 v 9 end curve c 0 9 10 " +
+                               "end group " + square + "c \"a\" 0 1 2 cp \"b\" 1 2 3 end group");
     EXPECT_EQ(o.mesh->position.size(), 8u);
-    EXPECT_THAT(o.mesh->triangle, ElementsAre(Triangle{0, 1, 2}, Triangle{4, 5, 6}));
-}
-
-TEST(Group, PolygonsCarryMaterialsOrLabels) {
-    const Object named =
-        square("c \"a\" 0 1 2 3 p \"b\" 0 1 2 p \"b\" 1 2 3 p 0 1 2 cp \"a\" 1 2 3");
-    EXPECT_THAT(named.materials, ElementsAre("a", "b"));
-    EXPECT_EQ(named.material_places.size(), 2u);
-    EXPECT_THAT(named.mesh->material, ElementsAre(0, 0, 1, 1, -1, 0));
-    const Object tagged = square("c 7 0 1 2 p 3 1 2 3", "tagged");
-    EXPECT_THAT(tagged.mesh->material, ElementsAre(7, 3));
-    EXPECT_TRUE(tagged.materials.empty());
+    EXPECT_THAT(o.mesh->triangle,
+                ElementsAre(Triangle{0, 1, 2}, Triangle{4, 5, 6}, Triangle{5, 6, 7}));
+    EXPECT_THAT(o.mesh->material, ElementsAre(-1, 0, 1));
+    EXPECT_THAT(o.materials, ElementsAre("a", "b"));
 }
 
 // A line break among the bytes counts as one.
@@ -75,36 +49,6 @@ TEST(Group, BinaryVectorsAreBigEndian) {
                               " v 0 end group end object\n light \"l\" end light");
     EXPECT_THAT(scene.objects.at("o")->mesh->position[0], FieldsAre(1, 2, testing::_));
     EXPECT_EQ(scene.lights.at("l")->place.line, 3);
-}
-
-TEST(Trilist, ReadsFieldsAndTriangles) {
-    const Object o =
-        object_of(R"(tagged on trilist vertex 3 p n d d2 m 1 b 2 t 2 1 t 3 u 1 triangle 2
-        0 0 0  0 0 1  1 1 1 1 1 1  2 2 2 2 2 2 2 2 2  5 0 0  3 3 3 3 3 3  .1 .2  .3  .4 .5 .6  9
-        1 0 0  0 0 1  1 1 1 1 1 1  2 2 2 2 2 2 2 2 2  6 0 0  3 3 3 3 3 3  .1 .2  .3  .4 .5 .6  9
-        1 1 0  0 0 1  1 1 1 1 1 1  2 2 2 2 2 2 2 2 2  7 0 0  3 3 3 3 3 3  .1 .2  .3  .4 .5 .6  9
-        4 0 1 2  5 2 1 0 end trilist approximate fine)");
-    const Mesh& mesh = *o.mesh;
-    EXPECT_THAT(mesh.normal[2], FieldsAre(0, 0, 1));
-    EXPECT_THAT(mesh.motion[1], FieldsAre(6, 0, 0));
-    ASSERT_EQ(mesh.texture.size(), 3u);
-    EXPECT_THAT(mesh.texture[0][0], FieldsAre(.1f, .2f, 0));
-    EXPECT_THAT(mesh.texture[1][0], FieldsAre(.3f, 0, 0));
-    EXPECT_THAT(mesh.texture[2][0], FieldsAre(.4f, .5f, .6f));
-    EXPECT_THAT(mesh.material, ElementsAre(4, 5));
-    EXPECT_THAT(mesh.triangle, ElementsAre(Triangle{0, 1, 2}, Triangle{2, 1, 0}));
-}
-
-TEST(Trilist, ReadsMaterialsAndTheOlderForm) {
-    const std::string rows = " 0 0 0 1 0 0 1 1 0 ";
-    const Object named = object_of("trilist vertex 3 p triangle 3" + rows +
-                                   "\"a\" 0 1 2 2 1 0 \"b\" 0 2 1 end trilist");
-    EXPECT_THAT(named.mesh->material, ElementsAre(0, 0, 1));
-    const Object older = object_of("trilist vector [3] vertex [3] p n triangle [1] [" + rows +
-                                   "] [ 0 1 1 1 2 1 ] [ \"a\" 0 1 2 ] end trilist");
-    EXPECT_EQ(older.mesh->position[2].y, 1);
-    EXPECT_EQ(older.mesh->normal[2].x, 1);
-    EXPECT_TRUE(object_of("trilist vertex 3 p triangle 1" + rows + "7 0 1 2 end trilist").tagged);
 }
 
 // ---- Triangulation ----
@@ -152,30 +96,27 @@ void expect_area(const std::vector<Loop>& loops, double area) {
     EXPECT_NEAR(absolute, std::abs(area), 1e-4 * std::abs(area));
 }
 
-TEST(Triangulation, CoversOutlinesOfEitherTurn) {
-    expect_area({{{0, 0}, {4, 0}, {4, 4}, {0, 4}}}, 16);
+TEST(Triangulation, CoversOutlinesOfEitherTurnAndLeavesHolesOut) {
     expect_area({{{0, 0}, {4, 0}, {4, 4}, {3, 1}}}, 4);
     expect_area({{{3, 1}, {4, 4}, {4, 0}, {0, 0}}}, -4);
     // Corners on straight edges.
     expect_area({{{0, 0}, {1, 0}, {2, 0}, {2, 1}, {2, 2}, {1, 2}, {0, 2}, {0, 1}}}, 4);
-}
-
-TEST(Triangulation, LeavesHolesOut) {
     // A hole that touches the outline in a corner.
     expect_area({{{0, 0}, {4, 0}, {4, 4}, {0, 4}}, {{4, 2}, {2, 3}, {2, 1}}}, 14);
 
     // A grid of square holes, of both turns, whose corners lie on common lines.
     std::vector<Loop> grid = {{{0, 0}, {13, 0}, {13, 13}, {0, 13}}};
-    for (int l = 1; l < 13; l += 2) {
+    for (int l = 1; l < 13; l += 2)
         for (int b = 1; b < 13; b += 2) {
             grid.push_back({{l, b}, {l + 1, b}, {l + 1, b + 1}, {l, b + 1}});
             if ((l + b) % 4 == 0) std::reverse(grid.back().begin(), grid.back().end());
         }
-    }
     expect_area(grid, 13 * 13 - 36);
 }
 
-TEST(Triangulation, CoversStarsWithStarHoles) {
+// Stars with star holes; and most corners of a spiral are no ears for long: cubic work would take
+// minutes.
+TEST(Triangulation, CoversStarsAndSpirals) {
     for (int points = 5; points < 200; points += 13) {
         std::vector<Loop> star(2);
         for (int i = 0; i < 2 * points; ++i) {
@@ -187,10 +128,6 @@ TEST(Triangulation, CoversStarsWithStarHoles) {
         }
         expect_area(star, (twice_the_area(star[0]) - twice_the_area(star[1])) / 2);
     }
-}
-
-// Most corners of a spiral are no ears for long; cubic work would take minutes.
-TEST(Triangulation, IsQuickForSpirals) {
     Loop spiral;
     for (int i = -10000; i < 10000; ++i) {
         const double turn = std::abs(i + 0.5) / 100, r = 1 + turn + (i < 0 ? 0 : 2);
