@@ -48,7 +48,6 @@ class PictureFile : public testing::Test {
     }
 
     auto files() const { return std::distance(fs::directory_iterator(folder), {}); }
-
     fs::path folder;
 };
 
@@ -95,14 +94,10 @@ TEST_F(PictureFile, IntegerFormatsKeepEveryByteWithAndWithoutDither) {
             settings.dither = dither;
             EXPECT_TRUE(same(round_trip(image, name, settings), image, kExactByte)) << name;
         }
-    for (const std::string name : {"w.png", "w.rgb"})
-        EXPECT_TRUE(same(round_trip(image, name, type("rgba_16")), image, kExactByte)) << name;
-
     // Formats without alpha give 1 for it.
-    for (const std::string name : {"a.bmp", "a.ppm"}) {
-        const miColor& c = image.at(3, 2);
+    const miColor& c = image.at(3, 2);
+    for (const std::string name : {"a.bmp", "a.ppm"})
         EXPECT_THAT(round_trip(image, name, type("rgba")).at(3, 2), Is(c.r, c.g, c.b, 1)) << name;
-    }
 }
 
 TEST_F(PictureFile, FloatFormatsKeepEveryBit) {
@@ -145,8 +140,7 @@ TEST_F(PictureFile, EveryKnownFormatWritesEveryType) {
     Image image(3, 2);
     image.at(1, 1) = {1, 1, 1, 1};
     for (const std::string format : {"png", "tif", "tiff", "tifu", "jpg", "jpeg", "exr", "hdr",
-                                     "tga", "bmp", "ppm", "iff", "rla", "rgb", "sgi"}) {
-        ASSERT_TRUE(is_known_format(format)) << format;
+                                     "tga", "bmp", "ppm", "iff", "rla", "rgb", "sgi"})
         for (const std::string buffer : {"", "rgb", "a", "rgba_16", "a_16", "rgba_h", "rgb_fp",
                                          "a_fp", "rgbe", "z", "n", "m", "tag"}) {
             PictureSettings settings = type(buffer);
@@ -154,38 +148,39 @@ TEST_F(PictureFile, EveryKnownFormatWritesEveryType) {
             const std::string name = "picture." + (format == "tifu" ? "tif" : format);
             EXPECT_NEAR(round_trip(image, name, settings).at(1, 1).r, 1, 0.15f) << name << buffer;
         }
-    }
     EXPECT_TRUE(is_known_format("PNG"));
     EXPECT_FALSE(is_known_format("zpic") || is_known_format(""));
 }
 
 TEST_F(PictureFile, ClipsDesaturatesDividesAndEncodes) {
-    const auto stored = [&](const miColor& c, const std::function<void(PictureSettings&)>& change) {
-        PictureSettings settings = type("rgba_16");
-        change(settings);
-        return round_trip(c, "a.png", settings);
-    };
-    const auto plain = [](auto&) {};
-    const auto rgb = [](auto& s) { s.colorclip = scene::Options::ColorClip::Rgb; };
-    const auto alpha = [](auto& s) { s.colorclip = scene::Options::ColorClip::Alpha; };
-    const auto divided = [](auto& s) { s.premultiply = false; };
-    const auto pulled = [](auto& s) { s.desaturate = true; };
+    using Clip = scene::Options::ColorClip;
     const miColor bright = {1.5f, 0.25f, -1, 0.5f};
-    EXPECT_THAT(stored(bright, plain), Is(1, 0.25f, 0, 0.5f));
-    EXPECT_THAT(stored(bright, rgb), Is(1, 0.25f, 0, 1));
-    EXPECT_THAT(stored(bright, alpha), Is(0.5f, 0.25f, 0, 0.5f));
-    EXPECT_THAT(stored(bright, divided), Is(1, 0.5f, 0, 0.5f));
-    EXPECT_THAT(stored({0.3f, 0.2f, 0.1f, 0}, divided), Is(0.3f, 0.2f, 0.1f, 0));
-    EXPECT_THAT(stored({0.25f, 1, 0, 0.25f}, [](auto& s) { s.gamma = 0.5f; }),
-                Is(0.5f, 1, 0, 0.25f));
-    EXPECT_THAT(stored({9, 9, 9, 1}, pulled), Is(1, 1, 1, 1));
-    EXPECT_THAT(stored({-1, -2, -1, 1}, pulled), Is(0, 0, 0, 1));
-
-    // Desaturation keeps the luminance of what is in reach, and the hue.
-    const miColor red = stored({2, 0.2f, 0.2f, 1}, pulled);
-    EXPECT_NEAR(red.r, 1, 1e-4f);
-    EXPECT_NEAR(0.2126f * red.r + 0.7874f * red.g, 0.2126f * 2 + 0.7874f * 0.2f, 1e-3f);
-    EXPECT_EQ(red.g, red.b);
+    const struct {
+        Clip clip;
+        bool premultiply, desaturate;
+        float gamma;
+        miColor color, stored;
+    } cases[] = {
+        {Clip::Raw, true, false, 1, bright, {1, 0.25f, 0, 0.5f}},
+        {Clip::Rgb, true, false, 1, bright, {1, 0.25f, 0, 1}},
+        {Clip::Alpha, true, false, 1, bright, {0.5f, 0.25f, 0, 0.5f}},
+        {Clip::Raw, false, false, 1, bright, {1, 0.5f, 0, 0.5f}},
+        {Clip::Raw, false, false, 1, {0.3f, 0.2f, 0.1f, 0}, {0.3f, 0.2f, 0.1f, 0}},
+        {Clip::Raw, true, false, 0.5f, {0.25f, 1, 0, 0.25f}, {0.5f, 1, 0, 0.25f}},
+        {Clip::Raw, true, true, 1, {9, 9, 9, 1}, {1, 1, 1, 1}},
+        {Clip::Raw, true, true, 1, {-1, -2, -1, 1}, {0, 0, 0, 1}},
+        // Of the same luminance and hue: 0.2126 x 2 + 0.7874 x 0.2.
+        {Clip::Raw, true, true, 1, {2, 0.2f, 0.2f, 1}, {1, 0.47f, 0.47f, 1}},
+    };
+    for (const auto& c : cases) {
+        PictureSettings settings = type("rgba_16");
+        settings.colorclip = c.clip;
+        settings.premultiply = c.premultiply;
+        settings.desaturate = c.desaturate;
+        settings.gamma = c.gamma;
+        EXPECT_THAT(round_trip(c.color, "a.png", settings),
+                    Is(c.stored.r, c.stored.g, c.stored.b, c.stored.a));
+    }
 }
 
 TEST_F(PictureFile, NothingThatIsNotANumberIsStored) {
@@ -201,8 +196,8 @@ TEST_F(PictureFile, DitherKeepsTheMean) {
     for (int i = 0; i < 256; ++i) image.at(i % 16, i / 16) = {100.25f / 255, 0, 0, 1};
     double mean = 0;
     const Image read = round_trip(image, "a.png", type("rgba"));
-    for (const miColor& c : read.pixels()) mean += c.r * 255 / 256;
-    EXPECT_NEAR(mean, 100.25, 1e-3);
+    for (const miColor& c : read.pixels()) mean += c.r / 256;
+    EXPECT_NEAR(mean * 255, 100.25, 1e-3);
 }
 
 TEST_F(PictureFile, FailureNamesTheFileAndLeavesNothingBehind) {
@@ -229,9 +224,8 @@ TEST_F(PictureFile, FailureNamesTheFileAndLeavesNothingBehind) {
 
     // What can be known beforehand; what killed runs left goes, what is no leftover stays.
     fs::create_directory(folder / "a.png");
-    for (const fs::path& name :
-         {folder / "a.png", folder / std::string("a\0.png", 6),
-          folder / "old.tga" / "new" / "c.png", folder / (std::string(252, 'a') + ".png")})
+    for (const fs::path& name : {folder / "a.png", folder / std::string("a\0.png", 6),
+                                 folder / "old.tga" / "c.png", folder / std::string(256, 'a')})
         expect_failure([&] { check_picture_file(name); }, Exit::Output, HasSubstr("cannot write"));
     EXPECT_NO_THROW(check_picture_file(folder / "new" / "c.png"));
     for (const char* name : {".b.png.999999999.part", ".b.png.1.part", ".b.png.part"})
@@ -256,11 +250,9 @@ TEST_F(PictureFile, LinksAreKept) {
 }
 
 TEST_F(PictureFile, ReadingSpreadsGreyAndAppliesGammaToIntegersOnly) {
-    Image image(1, 1);
-    image.at(0, 0) = {0.25f, 0.5f, 1, 0.25f};
-    write_picture(image, folder / "a.png", type("a_16"));
+    round_trip({0.25f, 0.5f, 1, 0.25f}, "a.png", type("a_16"));
+    round_trip({0.25f, 0.5f, 1, 0.25f}, "a.exr", type("rgba"));
     EXPECT_THAT(read_image(folder / "a.png", 2).at(0, 0), Is(0.5f, 0.5f, 0.5f, 1));
-    write_picture(image, folder / "a.exr", type("rgba"));
     EXPECT_EQ(read_image(folder / "a.exr", 2).at(0, 0).r, 0.25f);
 }
 
