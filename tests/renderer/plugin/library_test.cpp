@@ -53,11 +53,10 @@ TEST_F(LibraryTest, SaysWhyALibraryCannotBeLinked) {
         EXPECT_THAT(
             why, AllOf(HasSubstr(name + ".so"), HasSubstr(folder.string()), Not(HasSubstr("\n"))));
     }
+    const auto size = static_cast<double>(fs::file_size(math_library()));
     for (const double kept : {0.0001, 0.01, 0.3, 0.9, 0.9999}) {
         fs::copy_file(math_library(), folder / "cut.so", fs::copy_options::overwrite_existing);
-        fs::resize_file(
-            folder / "cut.so",
-            static_cast<std::uintmax_t>(kept * static_cast<double>(fs::file_size(math_library()))));
+        fs::resize_file(folder / "cut.so", static_cast<std::uintmax_t>(kept * size));
         EXPECT_FALSE(libraries.link("cut", why)) << kept;
     }
 }
