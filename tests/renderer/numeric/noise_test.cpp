@@ -6,7 +6,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <limits>
 #include <vector>
 
 #include "frame/types.h"
@@ -41,17 +40,16 @@ TEST(Noise, FillsItsRangeAroundOneHalfNearTheOriginAndFarAway) {
         }
 }
 
+// Where even a sum of the coordinates is no number, the noise is one half.
 TEST(Noise, StaysInRangeForAnyArgument) {
-    constexpr float kMax = std::numeric_limits<float>::max();
-    const float values[] = {-0.0f, -1e-45f, 0.3f,  -0.7f, -1.5e6f,  1e9f,      2147483648,
-                            -3e9f, 1e20f,   -kMax, kMax,  INFINITY, -INFINITY, NAN};
+    const float values[] = {-0.0f, -1e-45f,  0.3f,    -1.5e6f,  1e9f,      2147483648,
+                            1e20f, -3.4e38f, 3.4e38f, INFINITY, -INFINITY, NAN};
     const auto fits = [](float noise, float sum) {
         return std::isfinite(sum) ? noise >= 0 && noise <= 1 : noise == 0.5f;
     };
     for (const float x : values)
         for (const float y : values)
             for (const float z : values) {
-                // Sums of what is finite are.
                 const float xy = x / 4 + y / 4;
                 EXPECT_TRUE(fits(noise_2d(x, y), xy)) << x << ' ' << y;
                 EXPECT_TRUE(fits(noise_3d(x, y, z), xy + z / 4)) << x << ' ' << y << ' ' << z;

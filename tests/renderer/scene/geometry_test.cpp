@@ -13,21 +13,23 @@ using testing::ElementsAre;
 using testing::FieldsAre;
 using Triangle = std::array<std::uint32_t, 3>;
 
+Object object_of(const std::string& statements) {
+    return *parse("object \"o\" " + statements + " end object").objects.at("o");
+}
+
 TEST(Group, VerticesPickTheirFields) {
-    const Object o = object_of(R"(group "g" merge 0.1
+    const Mesh mesh = *object_of(R"(group "g" merge 0.1
         0 0 0  1 2 3  4 5 6  7 8 9
-        v 0
-        v 1 n 2 d 0 0 t 3 1 2 t 2 m 1 m 2 u 3 corner level 1
-        v 2 t 1 cusp
-        c 0 1 2 approximate visible trace parametric 1 1 "x" end group)");
+        v 0  v 1 n 2 d 0 0 t 3 1 2 t 2 m 1 m 2 u 3 corner level 1  v 2 t 1 cusp
+        c 0 1 2 approximate visible trace parametric 1 1 "x" end group)")
+                           .mesh;
     const auto zero = FieldsAre(0, 0, 0), one = FieldsAre(1, 2, 3), two = FieldsAre(4, 5, 6),
                three = FieldsAre(7, 8, 9);
-    EXPECT_THAT(o.mesh->position, ElementsAre(zero, one, two));
-    EXPECT_THAT(o.mesh->normal, ElementsAre(zero, two, zero));
-    EXPECT_THAT(o.mesh->texture,
+    EXPECT_THAT(mesh.position, ElementsAre(zero, one, two));
+    EXPECT_THAT(mesh.normal, ElementsAre(zero, two, zero));
+    EXPECT_THAT(mesh.texture,
                 ElementsAre(ElementsAre(zero, three, one), ElementsAre(zero, two, zero)));
-    EXPECT_THAT(o.mesh->motion, ElementsAre(zero, one, zero));
-    EXPECT_THAT(o.mesh->triangle, ElementsAre(Triangle{0, 1, 2}));
+    EXPECT_THAT(mesh.motion, ElementsAre(zero, one, zero));
 }
 
 // Indices count from their own group; geometry that is not supported is skipped to its end.

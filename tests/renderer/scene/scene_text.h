@@ -26,16 +26,6 @@ inline std::string error_in(const std::string& text, const ParserSettings& setti
     return {};
 }
 
-// What a text lets the reader warn of.
-inline std::string warnings_of(const std::string& text) {
-    testing::internal::CaptureStderr();
-    set_verbosity(static_cast<int>(Level::Warning));
-    ParserSettings settings;
-    settings.verbosity_fixed = true;
-    parse_text(text, "t.mi", ".", settings);
-    return testing::internal::GetCapturedStderr();
-}
-
 inline Options options_of(const std::string& statements) {
     return *parse("options \"o\" " + statements + " end options").options.at("o");
 }
@@ -46,10 +36,6 @@ inline Camera camera_of(const std::string& statements) {
 
 inline Light light_of(const std::string& statements) {
     return *parse("light \"l\" " + statements + " end light").lights.at("l");
-}
-
-inline Object object_of(const std::string& statements) {
-    return *parse("object \"o\" " + statements + " end object").objects.at("o");
 }
 
 }  // namespace orvane::scene
