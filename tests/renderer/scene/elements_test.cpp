@@ -14,9 +14,11 @@ TEST(OptionsElement, ReadsWhatIsHonoured) {
     const Options o = options_of(R"(
         samples -1 3 0 1  contrast .1 .2 .3  filter clip lanczos 4 5  samplelock off  task size 16
         gamma 0.4545  colorclip alpha  desaturate on  premultiply off  dither off
-        shutter 0.5  shutter delay 0.25  frame buffer 0 "+z"  frame buffer 3  object space)");
-    EXPECT_FALSE(o.samplelock || o.premultiply || o.dither);
-    EXPECT_TRUE(o.desaturate && o.filter_clip && o.colorclip == Options::ColorClip::Alpha);
+        shutter 0.5  shutter delay 0.25  frame buffer 0 "+z"  frame buffer 3  object space
+        scanline rapid  motion off  shadowmap off)");
+    EXPECT_FALSE(o.samplelock || o.premultiply || o.dither || o.motion || o.shadow_maps);
+    EXPECT_TRUE(o.scanline && o.desaturate && o.filter_clip &&
+                o.colorclip == Options::ColorClip::Alpha);
     EXPECT_THAT((std::array{o.samples_min, o.samples_max, o.task_size}), ElementsAre(-1, 3, 16));
     EXPECT_THAT((std::array{o.contrast.a, *o.filter_height, o.gamma, o.shutter_delay}),
                 ElementsAre(0.1f, 5, 0.4545f, 0.25f));
