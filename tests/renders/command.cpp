@@ -163,19 +163,6 @@ Scene& Scene::wall(const std::string& name, const std::string& material, double 
     return quad(name, material, {-10, -10, z}, {20, 0, 0}, {0, 20, 0}, flags);
 }
 
-Scene& Scene::box(const std::string& name, const std::string& material, Xyz low, Xyz high,
-                  const std::string& flags) {
-    std::ostringstream out;
-    out << "object \"of " << name << "\" " << flags << " group\n";
-    for (int i = 0; i < 8; ++i)
-        out << Xyz{i & 1 ? high.x : low.x, i & 2 ? high.y : low.y, i & 4 ? high.z : low.z};
-    for (int i = 0; i < 8; ++i) out << "v " << i << ' ';
-    for (const char* face : {"0 2 3 1", "4 5 7 6", "0 1 5 4", "2 6 7 3", "0 4 6 2", "1 3 7 5"})
-        out << "p " << quoted(material) << ' ' << face << ' ';
-    add(out.str() + "end group end object");
-    return instance(name, "of " + name);
-}
-
 Scene& Scene::instance(const std::string& name, const std::string& element,
                        const std::string& statements) {
     root += quoted(name) + ' ';
@@ -200,22 +187,6 @@ Image render(const std::string& scene, const Arguments& more) {
     EXPECT_EQ(without_progress(outcome.errors), "");
     EXPECT_EQ(outcome.status, 0);
     return outcome.status == 0 ? folder.picture() : Image(256, 256);
-}
-
-std::vector<Image> render_all(std::vector<Scene> scenes) {
-    std::string text = kHead;
-    for (Scene& scene : scenes) {
-        const std::string number = std::to_string(&scene - scenes.data());
-        scene.file = number + ".exr";
-        text += "namespace \"" + number + "\"\n" + scene.body() + "end namespace\n";
-    }
-    const Folder folder(text);
-    const Outcome outcome = folder.render();
-    EXPECT_EQ(without_progress(outcome.errors), "");
-    std::vector<Image> pictures(scenes.size(), Image(256, 256));
-    if (outcome.status != 0) return pictures;
-    for (std::size_t i = 0; i < scenes.size(); ++i) pictures[i] = folder.picture(scenes[i].file);
-    return pictures;
 }
 
 std::string constant(double r, double g, double b) {

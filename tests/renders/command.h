@@ -70,9 +70,6 @@ struct Scene {
     // A square of 20 units across the view at this z.
     Scene& wall(const std::string& name, const std::string& material, double z,
                 const std::string& flags = "visible trace shadow");
-    // A closed box, all fronts outside.
-    Scene& box(const std::string& name, const std::string& material, Xyz low, Xyz high,
-               const std::string& flags = "visible trace shadow");
     Scene& instance(const std::string& name, const std::string& element,
                     const std::string& statements = "");
 
@@ -83,9 +80,6 @@ struct Scene {
 
 // The picture of a scene that renders without a word on standard error.
 Image render(const std::string& scene, const Arguments& more = {});
-
-// The pictures of several scenes from a single run of the command, which is slow to start.
-std::vector<Image> render_all(std::vector<Scene> scenes);
 
 // The shader calls that most scenes need. A material of one color without light, and a matte
 // white one lit by "lamp".

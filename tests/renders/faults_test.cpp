@@ -119,6 +119,28 @@ TEST(Advice, TellsWhyAPictureIsDark) {
     }
 }
 
+// Scanline is on where a scene does not say otherwise.
+TEST(Faults, OfLenses) {
+    const struct {
+        std::string options, lens;
+        int status;
+        const char* line;
+    } kCases[] = {
+        {"", R"("zel_toon_lens" ())", 7, "fatal: toon_lens: shader will not run in scanline mode"},
+        {"scanline on", R"("zel_sprite" ())", 7, "fatal: sprite: shader will not run in scanline"},
+        {"scanline off", R"("zel_toon_lens" () "zel_toon_lens" ())", 0,
+         "orvane: warning: toon_lens: only one instance allowed, others disabled"},
+    };
+    for (const auto& test : kCases) {
+        Scene s;
+        s.options = test.options;
+        s.camera = "lens " + test.lens;
+        const Outcome outcome = Folder(s).render();
+        EXPECT_EQ(outcome.status, test.status);
+        EXPECT_THAT(outcome.errors, HasSubstr(test.line));
+    }
+}
+
 TEST(Faults, OfTheScene) {
     const SceneFault kFaults[] = {
         {"$include \"none.mi\"", 5, "scene.mi:7:"},
@@ -308,13 +330,6 @@ TEST(Faults, LeaksAreTold) {
     const Outcome outcome = folder.render({"-v", "6"});
     EXPECT_EQ(outcome.status, 0);
     EXPECT_THAT(outcome.errors, HasSubstr("probe_trouble:7: 1 blocks, 100 bytes"));
-}
-
-TEST(Faults, NumbersThatAreNoneBecomeBlack) {
-    const Image picture = render(trouble(7));
-    EXPECT_EQ(picture.at(1, 1).r, 0);
-    EXPECT_EQ(picture.at(1, 1).g, 0);
-    EXPECT_EQ(picture.at(1, 1).b, -1);
 }
 
 TEST(Faults, SignalsKeepWhatIsDone) {

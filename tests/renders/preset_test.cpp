@@ -1,4 +1,4 @@
-// orvane preset: texts into carriers and back, what is told of faults, flares from carriers.
+// orvane preset: texts into carriers and back, what is told of faults.
 
 #include <gmock/gmock.h>
 
@@ -12,7 +12,6 @@
 namespace orvane {
 namespace {
 
-namespace fs = std::filesystem;
 using testing::HasSubstr;
 using testing::StartsWith;
 
@@ -210,75 +209,6 @@ TEST(Preset, FilesThatAreNotSuitedAreRefused) {
         expect_faults(outcome, {"orvane: error: "});
         EXPECT_EQ(folder.files(), files);
     }
-}
-
-// The name of a carrier that the build has made, which stands beside the program.
-std::string built_carrier() {
-    std::string first = "~";
-    for (const auto& entry : fs::directory_iterator(ORVANE_BUILD_DIR "/presets"))
-        first = std::min(first, entry.path().filename().string());
-    return "presets/" + first;
-}
-
-struct Flare {
-    std::string carrier, origin;
-};
-
-// The flares of lights on black.
-Scene flares(const std::vector<Flare>& lights) {
-    Scene s;
-    std::string names;
-    for (const auto& [carrier, origin] : lights) {
-        const std::string name = "lamp " + origin;
-        names += (names.empty() ? "\"" : ", \"") + name + '"';
-        s.add("color texture \"of " + carrier + "\" \"" + carrier + '"');
-        s.light(name, "\"Orvane_Light\" (\"flare_preset\" \"of " + carrier + "\")",
-                "origin " + origin);
-    }
-    s.camera = R"(resolution 48 48 lens "Orvane_Lens" ("flare_only" on, "light" [)" + names + "])";
-    return s;
-}
-
-const std::string kFlare = inside(R"(CIRCLE .2 .3 .4 .5 -.5 .3 4 2
-    NGON_D .5 .25 .125 .1 .1 .2 .3 .15 0 1 6 1
-    SECTOR 1 .9 .8 1 0 0 .5 .01 .02 .05 40 2
-    RAYS .3 .6 .9 1 0 1 .8 .01 .03 60 20 2
-)");
-
-// Whatever carries the preset; and lights flare as if they were alone.
-TEST(Preset, FlaresFromCarriers) {
-    const Folder folder(flares({{"c.png", ".3 .2 -2"}}));
-    folder.put("p.flare", kFlare);
-    std::vector<Scene> scenes;
-    for (const std::string carrier : kCarriers) {
-        ASSERT_EQ(folder.run({"preset", "pack", "p.flare", "-o", carrier}).errors, "");
-        scenes.push_back(flares({{folder.path(carrier).string(), ".3 .2 -2"}}));
-    }
-    const Outcome told = folder.render({"-v", "5"});
-    for (const char* event : {"Initialized instance", "Released instance"}) {
-        const std::size_t at = told.errors.find(event);
-        EXPECT_NE(at, told.errors.npos) << told.errors;
-        EXPECT_EQ(at, told.errors.rfind(event));
-    }
-    const Flare first = {folder.path("c.png").string(), ".3 .2 -2"};
-    const Flare second = {built_carrier(), "-.7 .1 -2"};
-    scenes.push_back(flares({second}));
-    scenes.push_back(flares({first, second}));
-    const std::vector<Image> pictures = render_all(scenes);
-    const std::size_t bytes = pictures[0].pixels().size() * sizeof(miColor);
-    for (const std::size_t other : {1u, 2u})
-        EXPECT_EQ(0,
-                  std::memcmp(pictures[0].pixels().data(), pictures[other].pixels().data(), bytes));
-    double sum_of_first = 0, sum_of_second = 0;
-    for (std::size_t i = 0; i < 48 * 48; ++i) {
-        const miColor &a = pictures[0].pixels()[i], &b = pictures[3].pixels()[i];
-        const miColor& both = pictures[4].pixels()[i];
-        EXPECT_NEAR(both.r, a.r + b.r, 1e-6 * (1 + both.r));
-        EXPECT_NEAR(both.b, a.b + b.b, 1e-6 * (1 + both.b));
-        sum_of_first += a.r, sum_of_second += b.r;
-    }
-    EXPECT_GT(sum_of_first, 1);
-    EXPECT_GT(sum_of_second, 1);
 }
 
 }  // namespace
