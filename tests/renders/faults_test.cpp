@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 
 #include <csignal>
+#include <fstream>
 #include <sstream>
 
 #include "command.h"
@@ -37,30 +38,13 @@ void expect_fault(const Folder& folder, const Outcome& outcome, int status,
     EXPECT_THAT(folder.files(), IsEmpty()) << line;
 }
 
-struct SceneFault {
-    const char* text;  // elements; the instance "i" is in the scene
-    int status;
-    const char* line;
-};
-
-TEST(Faults, AreMendedByTheirHints) {
-    const std::pair<const char*, const char*> kCases[] = {
-        {"options \"o\" end options instgroup \"q\" end instgroup render \"c\" \"q\" \"o\"",
-         "the group comes first: render \"q\" \"c\" \"o\""},
-        {"camera \"c\" lens \"Cylindric\" () end camera instance \"i\" \"c\" end instance options "
-         "\"o\" "
-         "end options instgroup \"q\" \"i\" end instgroup render \"q\" \"i\" \"o\"",
-         "$include \"orvane.mi\" declares it"},
-    };
-    for (const auto& [text, hint] : kCases)
-        EXPECT_THAT(Folder(text).render().errors, HasSubstr(hint)) << text;
-}
-
 // A scene of one pixel around some elements, which begin in its line 7: what is missing stands
 // behind them.
-Scene faulty(const std::string& text) {
+Scene faulty(const std::string& text, const std::string& camera = "",
+             const std::string& options = "") {
     Scene s;
-    s.camera = "resolution 1 1 ";
+    s.options = options;
+    s.camera = "resolution 1 1 " + camera;
     s.add(text);
     if (text.find("object \"o\"") == text.npos)
         s.add(
@@ -75,141 +59,37 @@ Scene faulty(const std::string& text) {
     return s;
 }
 
-// A picture that shows less than it was to tells why, once, in a line with its place.
-TEST(Advice, TellsWhyAPictureIsDark) {
-    const std::string lit = R"("soft_material" ("ambient" 0 0 0 1, "light" [)", end = "])";
-    struct {
-        std::string text, line, camera = "";
-    } const kCases[] = {
-        {"material \"m\" " + lit + end + " end material",
-         "warning: material \"m\" is black: \"light\" of its shader names no lights"},
-        {"light \"l\" \"soft_light\" () end light instance \"lamp\" \"l\" end instance material "
-         "\"m\" " +
-             lit + "\"lamp\"" + end + " end material",
-         "warning: instance \"lamp\" is in no group that is rendered: it has no effect"},
-        {"object \"o\" trace on group -9 -9 -2 9 -9 -2 0 9 -2 v 0 v 1 v 2 p 0 1 2 end group end "
-         "object",
-         "nothing that is rendered is visible"},
-        {"object \"o\" visible group -9 -9 2 9 -9 2 0 9 2 v 0 v 1 v 2 p 0 1 2 end group end object",
-         "all objects are behind the camera"},
-        {"object \"o\" visible group -9 -9 -2 9 -9 -2 0 9 -2 v 0 v 1 v 2 p 0 2 1 end group end "
-         "object "
-         "material \"m\" " +
-             constant(0, 0, 0) + " end material",
-         "the camera sees surfaces from behind only"},
-        {"color texture \"t\" [1 1] 'ffffff' material \"m\" \"soft_material\" (\"ambient\" 1 1 1 "
-         "1, "
-         "\"diffuse_map\" \"t\") end material",
-         "has no texture coordinates where its material asks for them"},
-        {R"(material "m" "zel_toon_mat" ("ambient" 1 1 1 1) end material)",
-         "a lens of this camera tells objects by their tags, and no object",
-         "lens \"zel_toon_lens\" ()"},
-    };
-    for (const auto& test : kCases) {
-        Scene s = faulty(test.text);
-        s.options = "scanline off";
-        s.camera += "resolution 9 9 " + test.camera;
-        const Folder folder(s);
-        const Outcome outcome = folder.render();
-        EXPECT_EQ(outcome.status, 0) << outcome.errors;
-        EXPECT_THAT(outcome.errors, HasSubstr(test.line)) << test.text;
-        EXPECT_THAT(outcome.errors, StartsWith("scene.mi:"));
-        EXPECT_EQ(std::count(outcome.errors.begin(), outcome.errors.end(), '\n'), 1)
-            << outcome.errors;
-    }
+// Expects an error and its hints; or with status 0 as many warnings, and no more.
+void expect_told(const Scene& scene, int status, const std::vector<std::string>& told) {
+    const Folder folder(scene);
+    const Outcome outcome = folder.render();
+    if (status != 0) expect_fault(folder, outcome, status, told.at(0));
+    for (const std::string& line : told) EXPECT_THAT(outcome.errors, HasSubstr(line));
+    EXPECT_EQ(outcome.status, status) << scene.text << outcome.errors;
+    const auto lines = std::count(outcome.errors.begin(), outcome.errors.end(), '\n');
+    EXPECT_TRUE(status != 0 || static_cast<std::size_t>(lines) == told.size()) << outcome.errors;
 }
 
-// Scanline is on where a scene does not say otherwise.
-TEST(Faults, OfLenses) {
-    const struct {
-        std::string options, lens;
-        int status;
-        const char* line;
-    } kCases[] = {
-        {"", R"("zel_toon_lens" ())", 7, "fatal: toon_lens: shader will not run in scanline mode"},
-        {"scanline on", R"("zel_sprite" ())", 7, "fatal: sprite: shader will not run in scanline"},
-        {"scanline off", R"("zel_toon_lens" () "zel_toon_lens" ())", 0,
-         "orvane: warning: toon_lens: only one instance allowed, others disabled"},
-    };
-    for (const auto& test : kCases) {
-        Scene s;
-        s.options = test.options;
-        s.camera = "lens " + test.lens;
-        const Outcome outcome = Folder(s).render();
-        EXPECT_EQ(outcome.status, test.status);
-        EXPECT_THAT(outcome.errors, HasSubstr(test.line));
-    }
-}
-
+// Cases are parted by empty lines.
 TEST(Faults, OfTheScene) {
-    const SceneFault kFaults[] = {
-        {"$include \"none.mi\"", 5, "scene.mi:7:"},
-        {"$include \"scene.mi\"", 3, "scene.mi:7:1: error: a file includes itself"},
-        {R"(shader "s" "soft_constant" ("colour" 1 1 1))", 0, ""},  // of no use: not looked at
-        {R"(material "m" "soft_constant" ("colour" 1 1 1) end material)", 4,
-         "scene.mi:7:31: error: "},
-        {R"(material "m" "soft_constant" ("color" 1 1) end material)", 4, "scene.mi:7:"},
-        {R"(material "m" "soft_constant" ("color" "red") end material)", 4, "scene.mi:7:"},
-        {R"(shader "s" "soft_material" ("no_shadow" 7) material "m" = "s" end material)", 4,
-         "wants on or off, got 7"},
-        {R"(material "m" "soft_cnstant" () end material)", 4,
-         "scene.mi:7:14: error: shader \"soft_cnstant\" is not declared"},
-        {R"(material "m" = "none" end material)", 4, "scene.mi:7:"},
-        {R"(shader "a" "soft_checker" ("even" = "a") material "m" = "a" end material)", 4,
-         "\"a\" is connected to itself"},
-        {R"(declare shader "nowhere" () end declare material "m" "nowhere" () end material)", 4,
-         "scene.mi:7:54: error: "},
-        {"declare shader color \"probe_checks\" () version 2 end declare\n"
-         "material \"m\" \"probe_checks\" () end material",
-         4, "is declared with version 2, its library has version 3"},
-        {R"(material "m" "soft_texture" ("texture" "none") end material)", 4, "scene.mi:7:"},
-        {"color texture \"t\" \"none.png\"\n"
-         "material \"m\" \"soft_texture\" (\"texture\" \"t\") end material",
-         5, "scene.mi:7:15: error: "},
-        {"color texture \"t\" \"soft_texture\" (\"texture\" \"t\")\n"
-         "material \"m\" \"soft_texture\" (\"texture\" \"t\") end material",
-         4, "texture \"t\" looks itself up"},
-        {R"(material "m" "soft_material" ("light" ["none"]) end material)", 4, "scene.mi:7:"},
-        {"material \"m\" \"probe_fatal_init\" () end material", 7,
-         "scene.mi:7:14: fatal: trouble at the first init"},
-        {R"(material "m" "soft_constant" () environment "zel_toon_lens" () end material)", 4,
-         "scene.mi:7:45: error: shader \"zel_toon_lens\" cannot be used as an environment"},
-        {R"(material "m" "soft_constant" () volume "Orvane_Lens" () end material)", 4,
-         "shader \"Orvane_Lens\" cannot be used as a volume"},
-        {R"(shader "s" "soft_material" () material "m" = "s" environment = "s" end material)", 4,
-         "scene.mi:7:62: error: shader \"soft_material\" cannot be used as an environment"},
-        {R"(shader "s" "zel_sprite" () material "m" "soft_constant" ("color" = "s") end material)",
-         4, "shader \"zel_sprite\" cannot be used as the value of a parameter"},
-        {"object \"o\" visible group 0 0 0 v 0\np \"m\" 0 0 1 end group end object", 3,
-         "scene.mi:8:11: error: "},
-        {"object \"o\" visible group 0 nan 0 v 0 p 0 0 0 end group end object", 3, "scene.mi:7:"},
-        {"instance \"j\" \"o\" transform 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 1 end instance\n"
-         "instgroup \"i\" \"j\" end instgroup",
-         3, "scene.mi:7:10: error: "},
-        {"instance \"j\" \"o\" transform 1 0 0 0 0 1 0 0 0 0 1 0 2e18 0 0 1 end instance\n"
-         "instgroup \"i\" \"j\" end instgroup",
-         3, "scene.mi:7:10: error: the transform of instance \"j\" leads beyond 1e18"},
-        {"instgroup \"i\" \"none\" end instgroup", 3, "scene.mi:7:15: error: "},
-        {"instance \"j\" \"g\" end instance\ninstgroup \"g\" \"j\" end instgroup\n"
-         "instgroup \"i\" \"j\" end instgroup",
-         3, "instgroup \"g\" contains itself"},
-        {"camera \"d\" resolution 0 5 end camera", 3, "scene.mi:7:23: error: "},
-        {"camera \"d\" output \"rgb\" \"png\" \"a.xyz\" output \"rgba\" \"b.xyz\" end camera "
-         "instance \"e\" \"d\" end instance instgroup \"q\" \"e\" end instgroup\n"
-         "options \"p\" end options render \"q\" \"e\" \"p\"",
-         6, "scene.mi:7:46: error: cannot write picture \"b.xyz\": unknown picture format"},
-        {"render \"root\" \"camera\" \"options\"", 3, "scene.mi:7:1: error: "},
-        {"render \"none\" \"camera\" \"options\"", 3, "scene.mi:7:1: error: "},
-        {"options \"p\" end options instgroup \"q\" end instgroup render \"q\" \"camera\" \"p\"", 3,
-         "there is no camera instance \"camera\" in instgroup \"q\""},
-    };
-    for (const SceneFault& fault : kFaults) {
-        const Folder folder(faulty(fault.text));
-        const Outcome outcome = folder.render();
-        if (fault.status != 0) {
-            expect_fault(folder, outcome, fault.status, fault.line);
-        } else {
-            EXPECT_EQ(outcome.status, 0) << fault.text;
+    std::ifstream file(ORVANE_SOURCE_DIR "/tests/renders/faults.txt");
+    std::string camera, options, elements;
+    std::vector<std::string> told;
+    int status = 0;
+    for (std::string line; std::getline(file, line);) {
+        if (line.starts_with("camera: ")) {
+            camera = line.substr(8);
+        } else if (line.starts_with("options: ")) {
+            options = line.substr(9);
+        } else if (line.starts_with("=> ")) {
+            status = line[3] - '0';
+            if (line.size() > 5) told.push_back(line.substr(5));
+        } else if (!line.empty() && line[0] != '#') {
+            elements += (elements.empty() ? "" : "\n") + line;
+        } else if (line.empty()) {
+            expect_told(faulty(elements, camera, options), status, told);
+            camera = options = elements = "";
+            told.clear();
         }
     }
 }
