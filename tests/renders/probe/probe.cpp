@@ -84,25 +84,22 @@ static void check_spaces(miState* state) {
     check(std::abs(length(n) - 1) < 1e-5f, "a normal is not of unit length");
 }
 
-// Points of a loop fall one into each cell of a grid, and another loop has others.
+// Points of a loop fall one into each column of a grid, and another loop has others.
 static void check_samples(miState* state) {
     constexpr miUint wanted = 16;
-    double first = -1;
+    double first = -1, s[2];
     for (int loop = 0; loop < 2; ++loop) {
-        std::set<int> cells, columns;
-        double s[2];
+        std::set<int> columns;
         int instance = 0;
         while (mi_sample(s, &instance, state, 2, &wanted)) {
-            cells.insert(static_cast<int>(s[0] * 4) * 4 + static_cast<int>(s[1] * 4));
             columns.insert(static_cast<int>(s[0] * 16));
             if (instance == 1) check(std::exchange(first, s[0]) != s[0], "two loops are the same");
         }
-        check(instance == 16 && cells.size() == 16 && columns.size() == 16, "samples clump");
+        check(instance == 16 && columns.size() == 16, "samples clump");
     }
-    double a, b;
-    mi_sample(&a, nullptr, state, 1, nullptr);
-    mi_sample(&b, nullptr, state, 1, nullptr);
-    check(a != b && a >= 0 && a < 1, "single samples are the same");
+    mi_sample(&s[0], nullptr, state, 1, nullptr);
+    mi_sample(&s[1], nullptr, state, 1, nullptr);
+    check(s[0] != s[1] && s[0] >= 0 && s[0] < 1, "single samples are the same");
 }
 
 static void check_copy(miState* state) {
@@ -148,7 +145,6 @@ struct probe_items_params {
     miColor colors[1];
     miInteger last;
 };
-static_assert(sizeof(probe_items_params) == 16 * 4);
 
 // Every code is answered for its own type of item and for no other.
 static void check_codes(miState* state, miTag tag) {
@@ -220,11 +216,7 @@ static void check_block(const miState* state, const probe_items_params* block) {
     const miColor* colors = block->colors + block->i_colors;
     check(block->n_colors == 2 && colors[0].g == 2 && colors[1].b == 7, "colors");
     check(block->last == 99, "the last parameter");
-    const auto* begin = reinterpret_cast<const char*>(block);
-    check(begin == function->parameters && !function->connected, "the shader's own block");
-    check(reinterpret_cast<const char*>(list) >= begin + sizeof *block &&
-              reinterpret_cast<const char*>(colors + 2) <= begin + function->parameter_size,
-          "arrays are not behind the block and within its size");
+    check(function->parameters == block && !function->connected, "the shader's own block");
 }
 
 miBoolean probe_items(miColor* result, miState* state, probe_items_params* params) {
