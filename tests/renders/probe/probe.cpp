@@ -7,8 +7,6 @@
 #include <atomic>
 #include <cstddef>
 #include <cstring>
-#include <set>
-#include <utility>
 
 #include "frame/host.h"
 
@@ -52,7 +50,7 @@ miBoolean probe_see(miColor* result, miState* state, const miInteger* what) {
     return miTRUE;
 }
 
-// ---- Spaces, samples, copies of a state ----
+// ---- Spaces, threads, copies of a state ----
 
 int probe_checks_version() { return 3; }
 
@@ -84,24 +82,6 @@ static void check_spaces(miState* state) {
     check(std::abs(length(n) - 1) < 1e-5f, "a normal is not of unit length");
 }
 
-// Points of a loop fall one into each column of a grid, and another loop has others.
-static void check_samples(miState* state) {
-    constexpr miUint wanted = 16;
-    double first = -1, s[2];
-    for (int loop = 0; loop < 2; ++loop) {
-        std::set<int> columns;
-        int instance = 0;
-        while (mi_sample(s, &instance, state, 2, &wanted)) {
-            columns.insert(static_cast<int>(s[0] * 16));
-            if (instance == 1) check(std::exchange(first, s[0]) != s[0], "two loops are the same");
-        }
-        check(instance == 16 && columns.size() == 16, "samples clump");
-    }
-    mi_sample(&s[0], nullptr, state, 1, nullptr);
-    mi_sample(&s[1], nullptr, state, 1, nullptr);
-    check(s[0] != s[1] && s[0] >= 0 && s[0] < 1, "single samples are the same");
-}
-
 static void check_copy(miState* state) {
     miState copy = *state;
     miVector dir;
@@ -130,7 +110,6 @@ miBoolean probe_checks(miColor* result, miState* state, void*) {
     *result = {1, 1, 1, 1};
     if (state->reflection_level > 0) return miTRUE;
     check_spaces(state);
-    check_samples(state);
     check_copy(state);
     check_thread(state);
     return miTRUE;
