@@ -1,7 +1,6 @@
 // orvane render: from a scene file to picture files.
 
 #include <sched.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <atomic>
@@ -18,6 +17,7 @@
 #include "film/film.h"
 #include "image/picture_file.h"
 #include "image/picture_format.h"
+#include "scene/memory.h"
 #include "scene/messages.h"
 #include "scene/parser.h"
 #include "trace/frame.h"
@@ -180,8 +180,7 @@ void check_room(const world::World& world, const film::Settings& settings) {
     const auto wanted = std::count(settings.wanted.begin(), settings.wanted.end(), true);
     const double needed = double(settings.width) * settings.height * double(sizeof(miColor)) *
                           static_cast<double>(std::max<std::ptrdiff_t>(wanted, 1));
-    const double there =
-        static_cast<double>(sysconf(_SC_PHYS_PAGES)) * static_cast<double>(sysconf(_SC_PAGE_SIZE));
+    const auto there = static_cast<double>(physical_memory());
     if (needed <= there) return;
     const auto gibibytes = [](double bytes) {
         return std::to_string(static_cast<long>(bytes / (1 << 30))) + " GiB";

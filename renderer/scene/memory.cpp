@@ -28,6 +28,11 @@ void note_failure() {
 
 }  // namespace
 
+std::size_t physical_memory() {
+    return static_cast<std::size_t>(sysconf(_SC_PHYS_PAGES)) *
+           static_cast<std::size_t>(sysconf(_SC_PAGE_SIZE));
+}
+
 void tell_out_of_memory() {
     constexpr std::string_view kLine = "orvane: fatal: out of memory\n";
     if (verbosity() < static_cast<int>(Level::Fatal)) return;

@@ -1,9 +1,13 @@
 // Memory that was not there, whoever met with it.
 #pragma once
 
+#include <cstddef>
 #include <string>
 
 namespace orvane {
+
+// Bytes of the machine's memory. The system may promise more, and end the program over it.
+std::size_t physical_memory();
 
 // From now on every operator new that fails is noted: streams and foreign libraries may catch what
 // it throws, and go on with less than they were to have.

@@ -1,7 +1,5 @@
 // The tagged allocator of shaders.
 
-#include <unistd.h>
-
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
@@ -10,6 +8,7 @@
 #include <map>
 
 #include "frame/host.h"
+#include "scene/memory.h"
 #include "world/render.h"
 
 namespace orvane::world {
@@ -39,8 +38,7 @@ void Allocator::unlink(Shard& shard, Header* header) {
 }
 
 bool Allocator::reserve(std::size_t size) {
-    static const std::size_t most = static_cast<std::size_t>(sysconf(_SC_PHYS_PAGES)) *
-                                    static_cast<std::size_t>(sysconf(_SC_PAGE_SIZE));
+    static const std::size_t most = physical_memory();
     if (held_.fetch_add(size, std::memory_order_relaxed) <= most - std::min(size, most))
         return true;
     held_.fetch_sub(size, std::memory_order_relaxed);
